@@ -1,0 +1,4 @@
+#include "platform/LocalizationManager.h"
+
+LocalizationManager::LocalizationManager() = default;
+LocalizationManager::~LocalizationManager() = default;

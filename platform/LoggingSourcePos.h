@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+// Where a log entry comes from: source file, line, the source file's build time stamp and the
+// reporting function's full signature.
+struct LoggingSourcePos {
+    std::string sourceFile;
+    int line = 0;
+    std::string timeStamp;
+    std::string signature;
+};
+
+#if defined(_MSC_VER)
+#define CLASSXML_FUNCTION_SIGNATURE __FUNCSIG__
+#else
+#define CLASSXML_FUNCTION_SIGNATURE __PRETTY_FUNCTION__
+#endif
+
+// The position of the line where it is written, reported as coming from `sourceName`.
+#define CLASSXML_SOURCE_POS(sourceName)                                                            \
+    LoggingSourcePos { sourceName, __LINE__, __TIMESTAMP__, CLASSXML_FUNCTION_SIGNATURE }

@@ -1,0 +1,130 @@
+#include "platform/Utf.h"
+
+#include <cstdint>
+
+namespace classxml::platform {
+namespace {
+
+constexpr char16_t kReplacement = 0xFFFD;
+
+// Where the second byte of a multi-byte sequence must lie, by lead byte; the rest of the
+// continuation bytes are always 0x80..0xBF. A zero length marks a byte that cannot lead.
+struct LeadByte {
+    std::uint8_t length;
+    std::uint8_t secondMin;
+    std::uint8_t secondMax;
+};
+
+constexpr LeadByte Classify(std::uint8_t b) {
+    if (b >= 0xC2 && b <= 0xDF) return {2, 0x80, 0xBF};
+    if (b == 0xE0) return {3, 0xA0, 0xBF};
+    if (b == 0xED) return {3, 0x80, 0x9F}; // excludes encoded surrogates
+    if (b >= 0xE1 && b <= 0xEF) return {3, 0x80, 0xBF};
+    if (b == 0xF0) return {4, 0x90, 0xBF};
+    if (b >= 0xF1 && b <= 0xF3) return {4, 0x80, 0xBF};
+    if (b == 0xF4) return {4, 0x80, 0x8F}; // nothing above U+10FFFF
+    return {0, 0, 0};
+}
+
+} // namespace
+
+void AppendUtf8ToUtf16(CBasicStringView<char8_t> utf8, CBasicString<WideChar>& out) {
+    const auto* in = reinterpret_cast<const std::uint8_t*>(utf8.data());
+    const std::size_t n = utf8.size();
+    const std::size_t start = out.size();
+    out.resize(start + n); // UTF-16 never needs more code units than UTF-8 has bytes
+    WideChar* dst = out.data() + start;
+    std::size_t i = 0;
+    while (i < n) {
+        const std::uint8_t b = in[i];
+        if (b < 0x80) {
+            *dst++ = static_cast<WideChar>(b);
+            ++i;
+            continue;
+        }
+        const LeadByte lead = Classify(b);
+        if (lead.length == 0 || i + 1 >= n || in[i + 1] < lead.secondMin ||
+            in[i + 1] > lead.secondMax) {
+            *dst++ = kReplacement;
+            ++i;
+            continue;
+        }
+        std::uint32_t cp = b & (0xFF >> (lead.length + 1));
+        std::size_t taken = 1;
+        while (taken < lead.length && i + taken < n && (in[i + taken] & 0xC0) == 0x80) {
+            cp = (cp << 6) | (in[i + taken] & 0x3F);
+            ++taken;
+        }
+        i += taken;
+        if (taken < lead.length) {
+            *dst++ = kReplacement; // truncated: the maximal subpart becomes one replacement
+        } else if (cp >= 0x10000) {
+            cp -= 0x10000;
+            *dst++ = static_cast<WideChar>(0xD800 + (cp >> 10));
+            *dst++ = static_cast<WideChar>(0xDC00 + (cp & 0x3FF));
+        } else {
+            *dst++ = static_cast<WideChar>(cp);
+        }
+    }
+    out.resize(static_cast<std::size_t>(dst - out.data()));
+}
+
+CBasicString<WideChar> Utf8ToUtf16(CBasicStringView<char8_t> utf8) {
+    CBasicString<WideChar> out;
+    AppendUtf8ToUtf16(utf8, out);
+    return out;
+}
+
+void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, CBasicString<char8_t>& out) {
+    const std::size_t n = utf16.size();
+    const std::size_t start = out.size();
+    out.resize(start + 3 * n); // a BMP code unit takes at most 3 bytes, a pair 4 for 2 units
+    auto* dst = reinterpret_cast<std::uint8_t*>(out.data() + start);
+    for (std::size_t i = 0; i < n; ++i) {
+        std::uint32_t cp = static_cast<std::uint16_t>(utf16[i]);
+        if (cp < 0x80) {
+            *dst++ = static_cast<std::uint8_t>(cp);
+            continue;
+        }
+        if (cp >= 0xD800 && cp <= 0xDFFF) {
+            const bool paired = cp <= 0xDBFF && i + 1 < n &&
+                                static_cast<std::uint16_t>(utf16[i + 1]) >= 0xDC00 &&
+                                static_cast<std::uint16_t>(utf16[i + 1]) <= 0xDFFF;
+            if (paired) {
+                cp = 0x10000 + ((cp - 0xD800) << 10) +
+                     (static_cast<std::uint16_t>(utf16[++i]) - 0xDC00);
+            } else {
+                cp = kReplacement;
+            }
+        }
+        if (cp < 0x800) {
+            *dst++ = static_cast<std::uint8_t>(0xC0 | (cp >> 6));
+        } else if (cp < 0x10000) {
+            *dst++ = static_cast<std::uint8_t>(0xE0 | (cp >> 12));
+            *dst++ = static_cast<std::uint8_t>(0x80 | ((cp >> 6) & 0x3F));
+        } else {
+            *dst++ = static_cast<std::uint8_t>(0xF0 | (cp >> 18));
+            *dst++ = static_cast<std::uint8_t>(0x80 | ((cp >> 12) & 0x3F));
+            *dst++ = static_cast<std::uint8_t>(0x80 | ((cp >> 6) & 0x3F));
+        }
+        *dst++ = static_cast<std::uint8_t>(0x80 | (cp & 0x3F));
+    }
+    out.resize(static_cast<std::size_t>(reinterpret_cast<char8_t*>(dst) - out.data()));
+}
+
+CBasicString<char8_t> Utf16ToUtf8(CBasicStringView<WideChar> utf16) {
+    CBasicString<char8_t> out;
+    AppendUtf16ToUtf8(utf16, out);
+    return out;
+}
+
+CBasicString<WideChar> NarrowToWide(CBasicStringView<char> narrow) {
+    return Utf8ToUtf16({reinterpret_cast<const char8_t*>(narrow.data()), narrow.size()});
+}
+
+CBasicString<char> WideToNarrow(CBasicStringView<WideChar> wide) {
+    CBasicString<char8_t> utf8 = Utf16ToUtf8(wide);
+    return {reinterpret_cast<const char*>(utf8.data()), utf8.size()};
+}
+
+} // namespace classxml::platform

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "BasicString.h"
+#include "platform/Export.h"
+
+namespace classxml::platform {
+
+// UTF-8 to UTF-16. Every ill-formed sequence (stray continuation bytes, overlong forms, encoded
+// surrogates, values above U+10FFFF, truncated sequences) becomes one U+FFFD per maximal
+// ill-formed subpart, as Windows' converter does; nothing is dropped silently.
+CLASSXML_API CBasicString<WideChar> Utf8ToUtf16(CBasicStringView<char8_t> utf8);
+CLASSXML_API void AppendUtf8ToUtf16(CBasicStringView<char8_t> utf8, CBasicString<WideChar>& out);
+
+// UTF-16 to UTF-8. An unpaired surrogate becomes U+FFFD.
+CLASSXML_API CBasicString<char8_t> Utf16ToUtf8(CBasicStringView<WideChar> utf16);
+CLASSXML_API void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, CBasicString<char8_t>& out);
+
+// The process's narrow code page: UTF-8 on POSIX, the ANSI code page on Windows. Used for
+// narrow file names, narrow text files in the default code page, and standard error.
+CLASSXML_API CBasicString<WideChar> NarrowToWide(CBasicStringView<char> narrow);
+CLASSXML_API CBasicString<char> WideToNarrow(CBasicStringView<WideChar> wide);
+
+} // namespace classxml::platform

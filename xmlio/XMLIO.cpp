@@ -1,0 +1,3 @@
+#include "xmlio/XMLIO.h"
+
+CXMLIO::~CXMLIO() = default;

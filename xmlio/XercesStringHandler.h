@@ -1,0 +1,9 @@
+#pragma once
+
+#include "platform/Export.h"
+
+// Common base of the classes that hand strings to and from Xerces.
+class CLASSXML_API CXercesStringHandler {
+public:
+    virtual ~CXercesStringHandler();
+};
