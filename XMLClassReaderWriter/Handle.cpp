@@ -20,8 +20,7 @@ CXMLClassReaderWriter::CXMLClassReaderWriter(boost::shared_ptr<CLoggingFile> con
 
 CXMLClassReaderWriter::CXMLClassReaderWriter(boost::shared_ptr<CLoggingFile>&& logging,
                                              ENUM_XMLIOTYPE type, bool typeCheck)
-    : msp_xmlIO(MakeBackEnd(type)), mb_typeCheck(typeCheck), msp_loggingFile(std::move(logging)) {
-}
+    : msp_xmlIO(MakeBackEnd(type)), mb_typeCheck(typeCheck), msp_loggingFile(std::move(logging)) {}
 
 CXMLClassReaderWriter::CXMLClassReaderWriter(boost::shared_ptr<CLoggingFile> const& logging,
                                              boost::shared_ptr<CXMLIO> const& xmlIO,
@@ -36,8 +35,8 @@ CXMLClassReaderWriter::CXMLClassReaderWriter(boost::shared_ptr<CLoggingFile>&& l
                                              DOMDocument* document, DOMElement* element,
                                              bool typeCheck)
     : CXMLClassReaderWriter(static_cast<boost::shared_ptr<CLoggingFile> const&>(logging),
-                            static_cast<boost::shared_ptr<CXMLIO> const&>(xmlIO), document,
-                            element, typeCheck) {}
+                            static_cast<boost::shared_ptr<CXMLIO> const&>(xmlIO), document, element,
+                            typeCheck) {}
 
 CXMLClassReaderWriter::CXMLClassReaderWriter(boost::shared_ptr<CLoggingFile> const& logging,
                                              DOMDocument* document, DOMElement* element,
@@ -48,8 +47,8 @@ CXMLClassReaderWriter::CXMLClassReaderWriter(boost::shared_ptr<CLoggingFile> con
 CXMLClassReaderWriter::CXMLClassReaderWriter(boost::shared_ptr<CLoggingFile>&& logging,
                                              DOMDocument* document, DOMElement* element,
                                              bool typeCheck)
-    : CXMLClassReaderWriter(static_cast<boost::shared_ptr<CLoggingFile> const&>(logging),
-                            document, element, typeCheck) {}
+    : CXMLClassReaderWriter(static_cast<boost::shared_ptr<CLoggingFile> const&>(logging), document,
+                            element, typeCheck) {}
 
 CXMLClassReaderWriter::CXMLClassReaderWriter(const CXMLClassReaderWriter& other) = default;
 
@@ -81,9 +80,7 @@ CXMLClassReaderWriter& CXMLClassReaderWriter::operator=(CXMLClassReaderWriter&& 
 
 CXMLClassReaderWriter::~CXMLClassReaderWriter() = default;
 
-bool CXMLClassReaderWriter::IsDefined() const {
-    return msp_xmlIO && mp_document && mp_element;
-}
+bool CXMLClassReaderWriter::IsDefined() const { return msp_xmlIO && mp_document && mp_element; }
 
 bool CXMLClassReaderWriter::IsDocumentCreated() const { return mp_document != nullptr; }
 

@@ -61,6 +61,49 @@ public:
     bool IsDocumentCreated() const;
     boost::shared_ptr<CLoggingFile> const& GetLoggingFile() const;
 
+    // ---- Engine ----------------------------------------------------------------------------
+    // Process-wide use count: the first InitXMLEngine starts the engine, the matching last
+    // UninitXMLEngine stops it (freeing every document still registered) and returns how many
+    // start-ups are still outstanding. Other back-end types count but start nothing.
+    static void InitXMLEngine(ENUM_XMLIOTYPE type);
+    static unsigned long long UninitXMLEngine(ENUM_XMLIOTYPE type);
+    // Where DTDs are looked up when files are validated; a non-empty directory gets a trailing
+    // separator. Set it before parsing, not while other threads parse.
+    static void SetDtdDirectory(CBasicString<WideChar> const& directory, ENUM_XMLIOTYPE type);
+    static void SetDtdDirectory(CBasicString<WideChar>&& directory, ENUM_XMLIOTYPE type);
+
+    // ---- Document lifecycle ----------------------------------------------------------------
+    // A new document with root element `rootName` (and a DOCTYPE when either identifier is
+    // given); the handle moves to the root. False when the handle already holds a document.
+    // A root name the DOM rejects raises its DOMException.
+    bool CreateDocument(View const& rootName, View const& publicId, View const& systemId);
+    bool FullCreateDocument(View const& rootName, View const& publicId, View const& systemId);
+    // Parse (and validate against its DTD) a file, or parse UTF-16 or UTF-8 text; the handle
+    // moves to the root. A document the handle held before is not released.
+    bool ReadFromFile(View const& path);
+    bool ReadFromString(View const& xml);
+    bool ReadFromString(CBasicStringView<char8_t> const& xml);
+    bool ReadFromString(CBasicStringView<char> const& xml); // bytes are taken as UTF-8
+    // Frees the document; CloseDocument keeps the back end for another document, the release
+    // operations drop it. Other handles of the document are left dangling.
+    void CloseDocument();
+    void ReleaseDocument();
+    void FullReleaseDocument();
+
+    // Writes the whole document. A file that cannot be created still answers true (check the
+    // file when that matters).
+    bool SaveToFile(View const& path) const;
+    // Serialises the whole document (wholeDocument true) or the current element's subtree into
+    // a new buffer of `length` characters (UTF-8 bytes, or UTF-16 units), not terminated.
+    // Give the buffer back with FreeMemory.
+    bool SaveToString(char** buffer, unsigned long long& length, bool wholeDocument) const;
+    bool SaveToString(char8_t** buffer, unsigned long long& length, bool wholeDocument) const;
+    bool SaveToString(WideChar** buffer, unsigned long long& length, bool wholeDocument) const;
+    // Frees a library buffer and nulls the pointer; false when it was already null.
+    static bool FreeMemory(char** buffer);
+    static bool FreeMemory(char8_t** buffer);
+    static bool FreeMemory(WideChar** buffer);
+
 protected:
     // Handles for produced elements. Both overloads copy the shared pointers.
     CXMLClassReaderWriter(boost::shared_ptr<CLoggingFile> const& logging,
@@ -80,6 +123,11 @@ protected:
 private:
     // Nothing set, flag false, no logging object.
     static CXMLClassReaderWriter GetUndefinedClassReaderWriterObject();
+
+    // Stores a created or parsed document and moves to its root; true when there is one.
+    bool TakeDocument(DOMDocument* document);
+    template <class Char, class Text>
+    bool SaveTo(Char** buffer, unsigned long long& length, bool wholeDocument) const;
 
     boost::shared_ptr<CXMLIO> msp_xmlIO;
     DOMDocument* mp_document = nullptr;

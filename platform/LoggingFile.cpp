@@ -16,9 +16,10 @@ std::string UtcTimeText() {
     const year_month_day date{day};
     const hh_mm_ss time{now - day};
     char text[32];
-    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
-                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ",
+                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                  static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
+                  static_cast<int>(time.minutes().count()),
                   static_cast<int>(time.seconds().count()));
     return text;
 }
@@ -39,8 +40,7 @@ int CLoggingFile::GetLoggingLevel() const { return m_loggingLevel; }
 void CLoggingFile::LogInfo(int level, int messageLevel, const LoggingSourcePos& position,
                            const CBasicString<WideChar>& text) {
     if (level > GetLoggingLevel()) return;
-    WriteLine("INFO " + std::to_string(level) + "/" + std::to_string(messageLevel), position,
-              text);
+    WriteLine("INFO " + std::to_string(level) + "/" + std::to_string(messageLevel), position, text);
 }
 
 void CLoggingFile::LogError(const CBasicString<WideChar>& text, const LoggingSourcePos& position) {

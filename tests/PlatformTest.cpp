@@ -31,13 +31,13 @@ TEST(Utf, ValidTextRoundTripsInBothDirections) {
 
 TEST(Utf, IllFormedUtf8BecomesOneReplacementPerMaximalSubpart) {
     const CBasicString<WideChar> r(1, WideChar(0xFFFD));
-    EXPECT_EQ(FromBytes("a\xC3"), WIDE("a") + r);                   // truncated at the end
-    EXPECT_EQ(FromBytes("\xE2\x82x"), r + WIDE("x"));               // truncated three-byte form
-    EXPECT_EQ(FromBytes("\xC0\xAF"), r + r);                        // overlong
-    EXPECT_EQ(FromBytes("\xED\xA0\x80"), r + r + r);                // encoded surrogate
-    EXPECT_EQ(FromBytes("\xF4\x90\x80\x80"), r + r + r + r);        // above U+10FFFF
-    EXPECT_EQ(FromBytes("\x80\xBFok"), r + r + WIDE("ok"));         // stray continuations
-    EXPECT_EQ(FromBytes("\xF0\x9F\x98"), r);                        // truncated four-byte form
+    EXPECT_EQ(FromBytes("a\xC3"), WIDE("a") + r);            // truncated at the end
+    EXPECT_EQ(FromBytes("\xE2\x82x"), r + WIDE("x"));        // truncated three-byte form
+    EXPECT_EQ(FromBytes("\xC0\xAF"), r + r);                 // overlong
+    EXPECT_EQ(FromBytes("\xED\xA0\x80"), r + r + r);         // encoded surrogate
+    EXPECT_EQ(FromBytes("\xF4\x90\x80\x80"), r + r + r + r); // above U+10FFFF
+    EXPECT_EQ(FromBytes("\x80\xBFok"), r + r + WIDE("ok"));  // stray continuations
+    EXPECT_EQ(FromBytes("\xF0\x9F\x98"), r);                 // truncated four-byte form
     EXPECT_EQ(FromBytes(std::string("x\0y", 3)), CBasicString<WideChar>(WIDE("x\0y"), 3));
 }
 

@@ -1,8 +1,8 @@
 // The back end's element, attribute, content and navigation operations on a DOM that the test
 // builds with Xerces itself.
 #include <gtest/gtest.h>
-#include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/MemBufFormatTarget.hpp>
+#include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/parsers/XercesDOMParser.hpp>
 
 #include "support/XercesDocument.h"

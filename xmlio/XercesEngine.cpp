@@ -1,29 +1,109 @@
-// Engine, parse and serialise slots. Until the engine exists they give their failure values.
-#include "xmlio/XercesIO.h"
+// The process-wide engine: start-up, shutdown, the DTD directory, and the document lifecycle
+// slots of CXercesIO.
+#include "xmlio/XercesEngine.h"
 
-bool CXercesIO::StartEngine() { return false; }
-void CXercesIO::StopEngine() {}
-void CXercesIO::SetDtdDirectory(const CBasicString<WideChar>&) {}
-void CXercesIO::SetDtdDirectory(CBasicString<WideChar>&&) {}
-CBasicString<WideChar> CXercesIO::GetDtdDirectory() { return {}; }
+#include <atomic>
+#include <mutex>
 
-bool CXercesIO::Initialize() { return false; }
+#include <boost/make_shared.hpp>
+#include <xercesc/dom/DOM.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+
+#include "platform/Path.h"
+#include "xmlio/DocumentRegistry.h"
+#include "xmlio/XercesText.h"
+
+using namespace xercesc;
+using classxml::xerces_text::Terminated;
+
+namespace {
+
+// Start-up and shutdown are meant to run on one thread, but documents may be created lazily
+// from several; the lock makes a concurrent first start safe at no cost to the running engine.
+std::mutex g_engineMutex;
+std::atomic<DOMImplementation*> g_implementation{nullptr};
+
+std::mutex g_dtdDirectoryMutex;
+CBasicString<WideChar> g_dtdDirectory;
+
+void StoreDtdDirectory(CBasicString<WideChar>&& directory) {
+    if (!directory.empty() && directory.back() != classxml::platform::kPathSeparator)
+        directory.push_back(classxml::platform::kPathSeparator);
+    const std::lock_guard lock(g_dtdDirectoryMutex);
+    g_dtdDirectory = std::move(directory);
+}
+
+} // namespace
+
+DOMImplementation* classxml::xerces_engine::Implementation() {
+    return g_implementation.load(std::memory_order_acquire);
+}
+
+bool CXercesIO::StartEngine() {
+    if (g_implementation.load(std::memory_order_acquire)) return true;
+    const std::lock_guard lock(g_engineMutex);
+    if (g_implementation.load(std::memory_order_relaxed)) return true;
+    try {
+        XMLPlatformUtils::Initialize(XMLUni::fgXercescDefaultLocale);
+        g_implementation.store(DOMImplementationRegistry::getDOMImplementation(WIDE("LS")),
+                               std::memory_order_release);
+    } catch (const XMLException&) {
+        // Start-up failures are not reported; later document operations answer false.
+    }
+    return g_implementation.load(std::memory_order_relaxed) != nullptr;
+}
+
+void CXercesIO::StopEngine() {
+    const std::lock_guard lock(g_engineMutex);
+    if (!g_implementation.load(std::memory_order_relaxed)) return;
+    classxml::document_registry::ReleaseAll();
+    XMLPlatformUtils::Terminate();
+    g_implementation.store(nullptr, std::memory_order_release);
+}
+
+void CXercesIO::SetDtdDirectory(const CBasicString<WideChar>& directory) {
+    StoreDtdDirectory(CBasicString<WideChar>(directory));
+}
+
+void CXercesIO::SetDtdDirectory(CBasicString<WideChar>&& directory) {
+    StoreDtdDirectory(std::move(directory));
+}
+
+CBasicString<WideChar> CXercesIO::GetDtdDirectory() {
+    const std::lock_guard lock(g_dtdDirectoryMutex);
+    return g_dtdDirectory;
+}
+
+bool CXercesIO::Initialize() { return StartEngine(); }
+
 void CXercesIO::Terminate() {}
-bool CXercesIO::ReleaseDocument(DOMDocument*) { return false; }
-CXercesIO::DOMDocument* CXercesIO::CreateDocument(const View&, const View&, const View&) {
-    return nullptr;
+
+bool CXercesIO::ReleaseDocument(DOMDocument* document) {
+    return classxml::document_registry::Release(document);
 }
-bool CXercesIO::SaveDocumentToFile(DOMDocument*, const View&) { return false; }
-bool CXercesIO::SaveDocumentToWideString(DOMDocument*, CBasicString<WideChar>&) { return false; }
-bool CXercesIO::SaveDocumentToUTF8String(DOMDocument*, CBasicString<char8_t>&) { return false; }
-bool CXercesIO::SaveElementToWideString(DOMDocument*, DOMElement*, CBasicString<WideChar>&) {
-    return false;
-}
-bool CXercesIO::SaveElementToUTF8String(DOMDocument*, DOMElement*, CBasicString<char8_t>&) {
-    return false;
-}
-CXercesIO::DOMDocument* CXercesIO::ParseFile(const View&) { return nullptr; }
-CXercesIO::DOMDocument* CXercesIO::ParseWideString(const View&) { return nullptr; }
-CXercesIO::DOMDocument* CXercesIO::ParseUTF8String(const CBasicStringView<char8_t>&) {
-    return nullptr;
+
+CXercesIO::DOMDocument* CXercesIO::CreateDocument(const View& publicId, const View& systemId,
+                                                  const View& rootName) {
+    DOMImplementation* implementation = classxml::xerces_engine::Implementation();
+    if (!implementation || rootName.empty()) return nullptr;
+    DOMDocumentType* doctype = nullptr;
+    if (!publicId.empty() || !systemId.empty()) {
+        try {
+            doctype = implementation->createDocumentType(Terminated(rootName), Terminated(publicId),
+                                                         Terminated(systemId));
+        } catch (const DOMException&) {
+            return nullptr;
+        }
+    }
+    DOMDocument* document = nullptr;
+    try {
+        document = implementation->createDocument(nullptr, Terminated(rootName), doctype,
+                                                  XMLPlatformUtils::fgMemoryManager);
+    } catch (...) {
+        if (doctype) doctype->release(); // not adopted by a document yet
+        throw;
+    }
+    return classxml::document_registry::Register(
+        document,
+        boost::make_shared<CDocumentProperties>(nullptr, nullptr, nullptr, nullptr, document));
 }

@@ -21,7 +21,8 @@ bool HasName(const DOMElement* element, const CXMLIO::View& name) {
 }
 
 DOMElement* FirstWithName(DOMElement* element, const CXMLIO::View& name) {
-    while (element && !HasName(element, name)) element = element->getNextElementSibling();
+    while (element && !HasName(element, name))
+        element = element->getNextElementSibling();
     return element;
 }
 

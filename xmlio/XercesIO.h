@@ -38,8 +38,7 @@ public:
     DOMElement* CreateElement(DOMDocument* document, const View& name) override;
     bool AppendChildElement(DOMDocument* document, DOMElement* parent, DOMNode* child) override;
     bool AppendTextContent(DOMDocument* document, DOMElement* element, const View& text) override;
-    bool AppendCDATAContent(DOMDocument* document, DOMElement* element,
-                            const View& text) override;
+    bool AppendCDATAContent(DOMDocument* document, DOMElement* element, const View& text) override;
     bool SetAttribute(DOMDocument* document, DOMElement* element, const View& name,
                       const View& value) override;
     DOMElement* ReplaceChildElement(DOMElement* parent, DOMElement* oldChild,

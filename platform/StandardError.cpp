@@ -1,0 +1,9 @@
+#include "platform/StandardError.h"
+
+#include <iostream>
+
+namespace classxml::platform {
+
+void WriteLineToStandardError(std::string_view text) { std::cerr << text << std::endl; }
+
+} // namespace classxml::platform

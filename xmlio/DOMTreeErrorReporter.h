@@ -1,0 +1,21 @@
+#pragma once
+
+#include <xercesc/sax/ErrorHandler.hpp>
+
+// Error handler of the file parser: writes errors and fatal errors to standard error and
+// remembers that it saw one; warnings are ignored. The flag decides whether a parsed file is
+// accepted.
+class DOMTreeErrorReporter : public xercesc::ErrorHandler {
+public:
+    ~DOMTreeErrorReporter() override;
+
+    void warning(const xercesc::SAXParseException& exception) override;
+    void error(const xercesc::SAXParseException& exception) override;
+    void fatalError(const xercesc::SAXParseException& exception) override;
+    void resetErrors() override;
+
+    bool getSawErrors() const { return sawErrors; }
+
+private:
+    bool sawErrors = false;
+};

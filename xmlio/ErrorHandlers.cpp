@@ -1,0 +1,57 @@
+// The two handlers that turn Xerces' complaints into lines on standard error.
+#include <string>
+
+#include <xercesc/dom/DOMError.hpp>
+#include <xercesc/sax/SAXParseException.hpp>
+
+#include "platform/StandardError.h"
+#include "platform/Utf.h"
+#include "xmlio/DOMPrintErrorHandler.h"
+#include "xmlio/DOMTreeErrorReporter.h"
+#include "xmlio/XercesText.h"
+
+namespace {
+
+std::string Narrow(const XMLCh* text) {
+    return classxml::platform::WideToNarrow(classxml::xerces_text::ViewOf(text));
+}
+
+// Error at file "a.xml", line 3, column 7
+//    Message: <the parser's text>
+void WriteParseError(const char* opening, const xercesc::SAXParseException& exception) {
+    classxml::platform::WriteLineToStandardError(
+        opening + Narrow(exception.getSystemId()) + "\", line " +
+        std::to_string(exception.getLineNumber()) + ", column " +
+        std::to_string(exception.getColumnNumber()) +
+        "\n   Message: " + Narrow(exception.getMessage()));
+}
+
+} // namespace
+
+DOMTreeErrorReporter::~DOMTreeErrorReporter() = default;
+
+void DOMTreeErrorReporter::warning(const xercesc::SAXParseException&) {}
+
+void DOMTreeErrorReporter::error(const xercesc::SAXParseException& exception) {
+    sawErrors = true;
+    WriteParseError("Error at file \"", exception);
+}
+
+void DOMTreeErrorReporter::fatalError(const xercesc::SAXParseException& exception) {
+    sawErrors = true;
+    WriteParseError("Fatal Error at file \"", exception);
+}
+
+void DOMTreeErrorReporter::resetErrors() { sawErrors = false; }
+
+DOMPrintErrorHandler::~DOMPrintErrorHandler() = default;
+
+bool DOMPrintErrorHandler::handleError(const xercesc::DOMError& error) {
+    const char* opening = "\nFatal Message: ";
+    if (error.getSeverity() == xercesc::DOMError::DOM_SEVERITY_WARNING)
+        opening = "\nWarning Message: ";
+    else if (error.getSeverity() == xercesc::DOMError::DOM_SEVERITY_ERROR)
+        opening = "\nError Message: ";
+    classxml::platform::WriteLineToStandardError(opening + Narrow(error.getMessage()));
+    return true;
+}
