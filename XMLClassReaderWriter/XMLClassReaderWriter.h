@@ -7,6 +7,7 @@
 #include "NamedType.h"
 #include "WideChar.h"
 #include "WindowsIntegers.h"
+#include "XMLClassReaderWriter/AttributeMap.h"
 #include "platform/Export.h"
 #include "platform/LocalizationManager.h"
 #include "platform/LoggingFile.h"
@@ -27,6 +28,7 @@ public:
     using View = CBasicStringView<WideChar>;
     using DOMDocument = xercesc::DOMDocument;
     using DOMElement = xercesc::DOMElement;
+    using AttributeMap = CAttributeMap;
 
     // Selects the back end: Xerces-C is the only one; any other value selects none.
     enum ENUM_XMLIOTYPE { XMLIOTYPE_XERCES = 0, XMLIOTYPE_NONE = 1 };
@@ -104,7 +106,79 @@ public:
     static bool FreeMemory(char8_t** buffer);
     static bool FreeMemory(WideChar** buffer);
 
+    // ---- Navigation ------------------------------------------------------------------------
+    // Each returns a handle on the element found; this handle does not move. The child and
+    // sibling walks return an object that carries nothing when there is no such element, so
+    // the usual loop is:
+    //     for (auto item = h.GetFirstSubElement(WIDE("Item")); item.IsDefined();
+    //          item = item.GetNextElement(WIDE("Item"))) { ... }
+    // An empty name visits every child element. GetRoot and GetParentElement fail with a
+    // handle that keeps this handle's flag and logging object.
+    CXMLClassReaderWriter GetRoot();
+    CXMLClassReaderWriter GetFirstSubElement();
+    CXMLClassReaderWriter GetFirstSubElement(View const& name);
+    CXMLClassReaderWriter GetNextElement();
+    CXMLClassReaderWriter GetNextElement(View const& name);
+    CXMLClassReaderWriter GetParentElement();
+
+    // ---- Queries on the current element ----------------------------------------------------
+    // The returned references live as long as the handle; the next call of the same method
+    // overwrites them. Name and attribute views point into the DOM's text.
+    View const& GetElementName();
+    // The direct text children (line feeds as CR LF) and CDATA sections, concatenated.
+    CBasicString<WideChar> const& GetContent();
+    // A missing attribute reads as empty.
+    View const& GetAttributeValue(View const& name);
+    bool HasAttribute(View const& name) const;
+    bool HasAttributes() const;
+
+    // ---- Element creation and editing ------------------------------------------------------
+    // Elements with attributes (set in the map's order) and optional text content. The Create
+    // form leaves the element detached (attach it with InsertSubDocument); the Add form appends
+    // it as the last child of the current element. On failure: a handle that is not defined.
+    // Names the DOM rejects raise its DOMException; nothing is attached then.
+    CXMLClassReaderWriter CreateElementAttributesContent(View const& name,
+                                                         AttributeMap const& attributes,
+                                                         View const& content);
+    CXMLClassReaderWriter CreateElementAttributesContent(View const& name,
+                                                         AttributeMap const& attributes);
+    CXMLClassReaderWriter AddElementAttributesContent(View const& name,
+                                                      AttributeMap const& attributes,
+                                                      View const& content);
+    CXMLClassReaderWriter AddElementAttributesContent(View const& name,
+                                                      AttributeMap const& attributes);
+    // A class element for an object; with a variable name (typed handles only) it carries
+    // varname="...".
+    CXMLClassReaderWriter CreateClass(View const& className);
+    CXMLClassReaderWriter CreateClass(View const& className, View const& variableName);
+    // Sets (or overwrites) an attribute of the current element.
+    bool AddAttributeValue(View const& name, View const& value) const;
+    // Appends a text node to the current element.
+    bool InsertContent(View const& text) const;
+    // Appends other's element (detached, or moved from elsewhere in this document) as the
+    // last child of the current element; false for this handle itself or an undefined one.
+    bool InsertSubDocument(CXMLClassReaderWriter const& other) const;
+    // Puts replacement's element in place of oldChild's element among the current element's
+    // children; returns a handle on the detached old element.
+    CXMLClassReaderWriter ReplaceSubElement(CXMLClassReaderWriter const& oldChild,
+                                            CXMLClassReaderWriter const& replacement);
+    // Removes the first child element named `name`.
+    bool DeleteFirstSubElement(View const& name) const;
+
 protected:
+    bool InsertAttributeIntoElement(DOMElement* element, AttributeMap const& attributes) const;
+    // As AddElementAttributesContent, with the content as CDATA. The element is appended
+    // before its attributes are set, so a rejected attribute name leaves it in the tree.
+    CXMLClassReaderWriter AddElementAttributesContentAsCDATA(View const& name,
+                                                             AttributeMap const& attributes,
+                                                             View const& content);
+    CXMLClassReaderWriter AddElementAttributesContentAsCDATA(View const& name,
+                                                             AttributeMap const& attributes);
+    // As AddElementAttributesContent, with UTF-8 content (taken up to its first NUL).
+    CXMLClassReaderWriter
+    AddElementAttributesContentAsUTF8(View const& name, AttributeMap const& attributes,
+                                      CBasicStringView<char8_t> const& content) const;
+
     // Handles for produced elements. Both overloads copy the shared pointers.
     CXMLClassReaderWriter(boost::shared_ptr<CLoggingFile> const& logging,
                           boost::shared_ptr<CXMLIO> const& xmlIO, DOMDocument* document,
@@ -123,6 +197,19 @@ protected:
 private:
     // Nothing set, flag false, no logging object.
     static CXMLClassReaderWriter GetUndefinedClassReaderWriterObject();
+
+    // A handle on `element` sharing everything with this one; without an element, the failure
+    // handle (flag and logging object kept) or the undefined object.
+    CXMLClassReaderWriter ElementOrFailure(DOMElement* element) const;
+    CXMLClassReaderWriter ElementOrUndefined(DOMElement* element) const;
+    // A detached element with attributes and, when `content` is non-empty, a text node.
+    DOMElement* BuildElement(View const& name, AttributeMap const& attributes,
+                             View const& content) const;
+    // BuildElement, then appended under the current element.
+    CXMLClassReaderWriter AppendElement(View const& name, AttributeMap const& attributes,
+                                        View const& content) const;
+    CXMLClassReaderWriter AppendCDATAElement(View const& name, AttributeMap const& attributes,
+                                             View const& content) const;
 
     // Stores a created or parsed document and moves to its root; true when there is one.
     bool TakeDocument(DOMDocument* document);
