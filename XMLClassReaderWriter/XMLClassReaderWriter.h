@@ -1,5 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
 #include <boost/shared_ptr.hpp>
 
 #include "BasicString.h"
@@ -29,6 +33,8 @@ public:
     using DOMDocument = xercesc::DOMDocument;
     using DOMElement = xercesc::DOMElement;
     using AttributeMap = CAttributeMap;
+    // Two acceptable type texts; a test passes when either matches.
+    using TypePair = std::pair<View, View>;
 
     // Selects the back end: Xerces-C is the only one; any other value selects none.
     enum ENUM_XMLIOTYPE { XMLIOTYPE_XERCES = 0, XMLIOTYPE_NONE = 1 };
@@ -165,7 +171,237 @@ public:
     // Removes the first child element named `name`.
     bool DeleteFirstSubElement(View const& name) const;
 
+    // ---- Properties ------------------------------------------------------------------------
+    // Each member of an object is one property element under the current element, named
+    // `name`, holding the value's text and, on typed handles, keytype="<type>" (the type text is
+    // the application's own and is compared exactly). Writers append the element and return its
+    // handle (not defined on failure). Readers look at the current element only: it must be
+    // named `name` and, on typed handles, carry keytype `type`; the content is then converted and
+    // stored, and the result is true even for text that is not a number (the value is then 0).
+    // On false the value is left as it was. The LIST, SET, VECTOR and MAP variants are the same
+    // members under the name of the container they fill or read.
+
+    // The current element's varname equals `name` (always true on untyped handles; an empty
+    // name is also true for an element without varname).
+    bool IsVariableName(View const& name);
+
+    // clang-format off
+    // int: signed decimal, 32 bits
+    CXMLClassReaderWriter AddintProperty(View const& name, View const& type, int value);
+    CXMLClassReaderWriter AddintLISTProperty(View const& name, View const& type, int value);
+    CXMLClassReaderWriter AddintSETProperty(View const& name, View const& type, int value);
+    CXMLClassReaderWriter AddintVECTORProperty(View const& name, View const& type, int value);
+    CXMLClassReaderWriter AddintMAPProperty(View const& name, View const& type, int value);
+    bool GetintProperty(View const& name, View const& type, int& value);
+    bool GetintLISTProperty(View const& name, View const& type, int& value);
+    bool GetintSETProperty(View const& name, View const& type, int& value);
+    bool GetintVECTORProperty(View const& name, View const& type, int& value);
+    bool GetintMAPProperty(View const& name, View const& type, int& value);
+    // long: signed decimal, 32 bits
+    CXMLClassReaderWriter AddlongProperty(View const& name, View const& type, std::int32_t value);
+    CXMLClassReaderWriter AddlongLISTProperty(View const& name, View const& type, std::int32_t value);
+    CXMLClassReaderWriter AddlongSETProperty(View const& name, View const& type, std::int32_t value);
+    CXMLClassReaderWriter AddlongVECTORProperty(View const& name, View const& type, std::int32_t value);
+    CXMLClassReaderWriter AddlongMAPProperty(View const& name, View const& type, std::int32_t value);
+    bool GetlongProperty(View const& name, View const& type, std::int32_t& value);
+    bool GetlongLISTProperty(View const& name, View const& type, std::int32_t& value);
+    bool GetlongSETProperty(View const& name, View const& type, std::int32_t& value);
+    bool GetlongVECTORProperty(View const& name, View const& type, std::int32_t& value);
+    bool GetlongMAPProperty(View const& name, View const& type, std::int32_t& value);
+    // UINT: unsigned decimal, 32 bits
+    CXMLClassReaderWriter AddUINTProperty(View const& name, View const& type, UINT value);
+    CXMLClassReaderWriter AddUINTLISTProperty(View const& name, View const& type, UINT value);
+    CXMLClassReaderWriter AddUINTSETProperty(View const& name, View const& type, UINT value);
+    CXMLClassReaderWriter AddUINTVECTORProperty(View const& name, View const& type, UINT value);
+    CXMLClassReaderWriter AddUINTMAPProperty(View const& name, View const& type, UINT value);
+    bool GetUINTProperty(View const& name, View const& type, UINT& value);
+    bool GetUINTLISTProperty(View const& name, View const& type, UINT& value);
+    bool GetUINTSETProperty(View const& name, View const& type, UINT& value);
+    bool GetUINTVECTORProperty(View const& name, View const& type, UINT& value);
+    bool GetUINTMAPProperty(View const& name, View const& type, UINT& value);
+    // DWORD: unsigned decimal, 32 bits
+    CXMLClassReaderWriter AddDWORDProperty(View const& name, View const& type, DWORD value);
+    CXMLClassReaderWriter AddDWORDLISTProperty(View const& name, View const& type, DWORD value);
+    CXMLClassReaderWriter AddDWORDSETProperty(View const& name, View const& type, DWORD value);
+    CXMLClassReaderWriter AddDWORDVECTORProperty(View const& name, View const& type, DWORD value);
+    CXMLClassReaderWriter AddDWORDMAPProperty(View const& name, View const& type, DWORD value);
+    bool GetDWORDProperty(View const& name, View const& type, DWORD& value);
+    bool GetDWORDLISTProperty(View const& name, View const& type, DWORD& value);
+    bool GetDWORDSETProperty(View const& name, View const& type, DWORD& value);
+    bool GetDWORDVECTORProperty(View const& name, View const& type, DWORD& value);
+    bool GetDWORDMAPProperty(View const& name, View const& type, DWORD& value);
+    // Ulong: unsigned decimal, 32 bits
+    CXMLClassReaderWriter AddUlongProperty(View const& name, View const& type, std::uint32_t value);
+    bool GetUlongProperty(View const& name, View const& type, std::uint32_t& value);
+    // __int64: signed decimal, 64 bits
+    CXMLClassReaderWriter Add__int64Property(View const& name, View const& type, std::int64_t value);
+    CXMLClassReaderWriter Add__int64LISTProperty(View const& name, View const& type, std::int64_t value);
+    CXMLClassReaderWriter Add__int64SETProperty(View const& name, View const& type, std::int64_t value);
+    CXMLClassReaderWriter Add__int64VECTORProperty(View const& name, View const& type, std::int64_t value);
+    CXMLClassReaderWriter Add__int64MAPProperty(View const& name, View const& type, std::int64_t value);
+    bool Get__int64Property(View const& name, View const& type, std::int64_t& value);
+    bool Get__int64LISTProperty(View const& name, View const& type, std::int64_t& value);
+    bool Get__int64SETProperty(View const& name, View const& type, std::int64_t& value);
+    bool Get__int64VECTORProperty(View const& name, View const& type, std::int64_t& value);
+    bool Get__int64MAPProperty(View const& name, View const& type, std::int64_t& value);
+    // time_t: signed decimal, 64 bits
+    CXMLClassReaderWriter Addtime_tProperty(View const& name, View const& type, std::int64_t value);
+    CXMLClassReaderWriter Addtime_tLISTProperty(View const& name, View const& type, std::int64_t value);
+    CXMLClassReaderWriter Addtime_tSETProperty(View const& name, View const& type, std::int64_t value);
+    CXMLClassReaderWriter Addtime_tVECTORProperty(View const& name, View const& type, std::int64_t value);
+    CXMLClassReaderWriter Addtime_tMAPProperty(View const& name, View const& type, std::int64_t value);
+    bool Gettime_tProperty(View const& name, View const& type, std::int64_t& value);
+    bool Gettime_tLISTProperty(View const& name, View const& type, std::int64_t& value);
+    bool Gettime_tSETProperty(View const& name, View const& type, std::int64_t& value);
+    bool Gettime_tVECTORProperty(View const& name, View const& type, std::int64_t& value);
+    bool Gettime_tMAPProperty(View const& name, View const& type, std::int64_t& value);
+    // DWORD64: unsigned decimal, 64 bits
+    CXMLClassReaderWriter AddDWORD64Property(View const& name, View const& type, DWORD64 value);
+    CXMLClassReaderWriter AddDWORD64MAPProperty(View const& name, View const& type, DWORD64 value);
+    bool GetDWORD64Property(View const& name, View const& type, DWORD64& value);
+    // DB_ID: unsigned decimal, 64 bits
+    CXMLClassReaderWriter AddDB_IDProperty(View const& name, View const& type, DB_ID value) const;
+    CXMLClassReaderWriter AddDB_IDLISTProperty(View const& name, View const& type, DB_ID value);
+    CXMLClassReaderWriter AddDB_IDSETProperty(View const& name, View const& type, DB_ID value);
+    CXMLClassReaderWriter AddDB_IDMAPProperty(View const& name, View const& type, DB_ID value);
+    bool GetDB_IDProperty(View const& name, View const& type, DB_ID& value);
+    // DB_GROUP_ID: unsigned decimal, 64 bits
+    bool GetDB_GROUP_IDProperty(View const& name, View const& type, DB_GROUP_ID& value);
+    // DB_USER_ID: unsigned decimal, 64 bits
+    bool GetDB_USER_IDProperty(View const& name, View const& type, DB_USER_ID& value);
+    // bool: "true" or "false"; other content fails the read and leaves the value
+    CXMLClassReaderWriter AddboolProperty(View const& name, View const& type, bool value);
+    CXMLClassReaderWriter AddboolLISTProperty(View const& name, View const& type, bool value);
+    CXMLClassReaderWriter AddboolSETProperty(View const& name, View const& type, bool value);
+    CXMLClassReaderWriter AddboolVECTORProperty(View const& name, View const& type, bool value);
+    CXMLClassReaderWriter AddboolMAPProperty(View const& name, View const& type, bool value);
+    bool GetboolProperty(View const& name, View const& type, bool& value);
+    bool GetboolLISTProperty(View const& name, View const& type, bool& value);
+    bool GetboolSETProperty(View const& name, View const& type, bool& value);
+    bool GetboolVECTORProperty(View const& name, View const& type, bool& value);
+    bool GetboolMAPProperty(View const& name, View const& type, bool& value);
+    // double: 17 significant digits, "nan", "inf"
+    CXMLClassReaderWriter AdddoubleProperty(View const& name, View const& type, double value);
+    CXMLClassReaderWriter AdddoubleLISTProperty(View const& name, View const& type, double value);
+    CXMLClassReaderWriter AdddoubleSETProperty(View const& name, View const& type, double value);
+    CXMLClassReaderWriter AdddoubleVECTORProperty(View const& name, View const& type, double value);
+    CXMLClassReaderWriter AdddoubleMAPProperty(View const& name, View const& type, double value);
+    bool GetdoubleProperty(View const& name, View const& type, double& value);
+    bool GetdoubleLISTProperty(View const& name, View const& type, double& value);
+    bool GetdoubleSETProperty(View const& name, View const& type, double& value);
+    bool GetdoubleVECTORProperty(View const& name, View const& type, double& value);
+    bool GetdoubleMAPProperty(View const& name, View const& type, double& value);
+    // DB_TIME_TYPE: a double, 17 significant digits
+    CXMLClassReaderWriter AddDB_TIME_TYPEProperty(View const& name, View const& type, DB_TIME_TYPE value);
+    CXMLClassReaderWriter AddDB_TIME_TYPEMAPProperty(View const& name, View const& type, DB_TIME_TYPE value);
+    bool GetDB_TIME_TYPEProperty(View const& name, View const& type, DB_TIME_TYPE& value);
+    // DB_UTC_TIME_TYPE: a double, 17 significant digits
+    CXMLClassReaderWriter AddDB_UTC_TIME_TYPEProperty(View const& name, View const& type, DB_UTC_TIME_TYPE value);
+    bool GetDB_UTC_TIME_TYPEProperty(View const& name, View const& type, DB_UTC_TIME_TYPE& value);
+    // DB_VERSIONNUMBER: major.minor with three decimals ("2.050"); read as a double
+    CXMLClassReaderWriter AddDB_VERSIONNUMBERProperty(View const& name, View const& type, DB_VERSIONNUMBER value);
+    CXMLClassReaderWriter AddDB_VERSIONNUMBERLISTProperty(View const& name, View const& type, DB_VERSIONNUMBER value);
+    CXMLClassReaderWriter AddDB_VERSIONNUMBERSETProperty(View const& name, View const& type, DB_VERSIONNUMBER value);
+    CXMLClassReaderWriter AddDB_VERSIONNUMBERMAPProperty(View const& name, View const& type, DB_VERSIONNUMBER value);
+    bool GetDB_VERSIONNUMBERProperty(View const& name, View const& type, DB_VERSIONNUMBER& value);
+
+    // Strings. Readers give a new zero-terminated array of `length` characters (null when
+    // the content is empty); give it back with FreeMemory.
+    // AlpTString: text as given
+    CXMLClassReaderWriter AddAlpTStringProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddAlpTStringLISTProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddAlpTStringSETProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddAlpTStringVECTORProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddAlpTStringMAPProperty(View const& name, View const& type, View const& value);
+    bool GetAlpTStringProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetAlpTStringLISTProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetAlpTStringSETProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetAlpTStringVECTORProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetAlpTStringMAPProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    // ENUM: an enumerator's name
+    CXMLClassReaderWriter AddENUMProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddENUMLISTProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddENUMSETProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddENUMVECTORProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddENUMMAPProperty(View const& name, View const& type, View const& value);
+    bool GetENUMProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetENUMLISTProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetENUMSETProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetENUMVECTORProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetENUMMAPProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    // UnilexString: text as given
+    CXMLClassReaderWriter AddUnilexStringProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddUnilexStringLISTProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddUnilexStringSETProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddUnilexStringVECTORProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddUnilexStringMAPProperty(View const& name, View const& type, View const& value);
+    bool GetUnilexStringProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetUnilexStringLISTProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetUnilexStringSETProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetUnilexStringVECTORProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetUnilexStringMAPProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    // CSortString: text (read only)
+    bool GetCSortStringProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetCSortStringLISTProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetCSortStringSETProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetCSortStringVECTORProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetCSortStringMAPProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    // StringAsCDATA: text in CDATA sections, read back byte for byte
+    CXMLClassReaderWriter AddStringAsCDATAProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddStringAsCDATALISTProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddStringAsCDATASETProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddStringAsCDATAVECTORProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddStringAsCDATAMAPProperty(View const& name, View const& type, View const& value);
+    bool GetStringAsCDATAProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    // CUTF8String: UTF-8 text; the reader gives a new zero-terminated UTF-8 array
+    CXMLClassReaderWriter AddCUTF8StringMAPProperty(View const& name, View const& type, CBasicStringView<char8_t> const& value) const;
+    bool GetCUTF8StringProperty(View const& name, View const& type, char8_t** value, std::size_t& length);
+    // clang-format on
+
+    // ---- Containers ------------------------------------------------------------------------
+    // A list, set, vector or deque is an empty element with keytype "list", "set" or "vector"
+    // and varkeytype = the item type (typed handles); add the items on the returned handle with
+    // the matching item writers. A deque is written and tested as a list.
+    CXMLClassReaderWriter AddLISTProperty(View const& name, View const& itemType);
+    CXMLClassReaderWriter AddDEQUEProperty(View const& name, View const& itemType);
+    CXMLClassReaderWriter AddSETProperty(View const& name, View const& itemType);
+    CXMLClassReaderWriter AddVECTORProperty(View const& name, View const& itemType);
+    // The current element is that container with that item type (or either of a pair); on
+    // untyped handles only the name is compared.
+    bool IsLISTProperty(View const& name, View const& itemType);
+    bool IsLISTProperty(View const& name, TypePair const& itemTypes);
+    bool IsDEQUEProperty(View const& name, View const& itemType);
+    bool IsDEQUEProperty(View const& name, TypePair const& itemTypes);
+    bool IsSETProperty(View const& name, View const& itemType);
+    bool IsSETProperty(View const& name, TypePair const& itemTypes);
+    bool IsVECTORProperty(View const& name, View const& itemType);
+    bool IsVECTORProperty(View const& name, TypePair const& itemTypes);
+
+    // A map is an empty element with keytype "map", varkeytype = key type and vartype = value
+    // type (typed handles); the application writes its entries beneath it.
+    CXMLClassReaderWriter AddMAPProperty(View const& name, View const& keyType,
+                                         View const& valueType);
+    bool IsMAPProperty(View const& name, View const& keyType, View const& valueType);
+    bool IsMAPProperty(View const& name, View const& keyType, TypePair const& valueTypes);
+    bool IsMAPProperty(View const& name, TypePair const& keyTypes, View const& valueType);
+    bool IsMAPProperty(View const& name, TypePair const& keyTypes, TypePair const& valueTypes);
+
 protected:
+    // The building blocks of the typed members.
+    CXMLClassReaderWriter AddProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddCDATAProperty(View const& name, View const& type, View const& value);
+    CXMLClassReaderWriter AddUTF8Property(View const& name, View const& type,
+                                          CBasicStringView<char8_t> const& value) const;
+    bool GetProperty(View const& name, View const& type, CBasicString<WideChar>& value);
+    bool GetProperty(View const& name, View const& type, WideChar** value, std::size_t& length);
+    bool GetPropertyUTF8(View const& name, View const& type, CBasicString<char8_t>& value);
+    bool GetPropertyUTF8(View const& name, View const& type, char8_t** value, std::size_t& length);
+
+    CXMLClassReaderWriter AddListSetProperties(View const& name, View const& kind,
+                                               View const& itemType);
+    bool IsListSetProperties(View const& name, View const& kind, View const& itemType);
+    bool IsListSetProperties(View const& name, View const& kind, TypePair const& itemTypes);
+
     bool InsertAttributeIntoElement(DOMElement* element, AttributeMap const& attributes) const;
     // As AddElementAttributesContent, with the content as CDATA. The element is appended
     // before its attributes are set, so a rejected attribute name leaves it in the tree.
@@ -210,6 +446,19 @@ private:
                                         View const& content) const;
     CXMLClassReaderWriter AppendCDATAElement(View const& name, AttributeMap const& attributes,
                                              View const& content) const;
+
+    // "true" or "false", the text bool properties hold.
+    View GetTrueOrFalse(bool value) const;
+    // {keytype: type} on typed handles, else nothing.
+    AttributeMap PropertyAttributes(View const& type) const;
+    // The current element's content when it is the property `name` of type `type`, else null.
+    const CBasicString<WideChar>* LookUpProperty(View const& name, View const& type);
+    template <class Value>
+    CXMLClassReaderWriter AddValueProperty(View const& name, View const& type, Value value) const;
+    template <class Value>
+    bool GetValueProperty(View const& name, View const& type, Value& value);
+    template <class Char>
+    static bool CopyToNewArray(CBasicStringView<Char> text, Char** array, std::size_t& length);
 
     // Stores a created or parsed document and moves to its root; true when there is one.
     bool TakeDocument(DOMDocument* document);

@@ -131,24 +131,34 @@ DOMElement* CXercesIO::GetParentElement(DOMNode* node) {
     return static_cast<DOMElement*>(parent);
 }
 
+namespace {
+
+// Text nodes come back with Windows line ends, CDATA sections byte for byte.
+void AppendContentOf(DOMNode* child, CBasicString<WideChar>& content) {
+    CXMLIO::View data = ViewOf(static_cast<DOMCharacterData*>(child)->getData());
+    if (child->getNodeType() == DOMNode::CDATA_SECTION_NODE) {
+        content.append(data);
+        return;
+    }
+    for (std::size_t lineFeed = data.find(WideChar('\n')); lineFeed != CXMLIO::View::npos;
+         lineFeed = data.find(WideChar('\n'))) {
+        content.append(data.substr(0, lineFeed)).append(WIDE("\r\n"));
+        data.remove_prefix(lineFeed + 1);
+    }
+    content.append(data);
+}
+
+bool IsTextOrCDATA(const DOMNode* node) {
+    const auto type = node->getNodeType();
+    return type == DOMNode::TEXT_NODE || type == DOMNode::CDATA_SECTION_NODE;
+}
+
+} // namespace
+
 CBasicString<WideChar> CXercesIO::GetContent(DOMElement* element) {
     CBasicString<WideChar> content;
-    for (DOMNode* child = element->getFirstChild(); child; child = child->getNextSibling()) {
-        const auto type = child->getNodeType();
-        if (type != DOMNode::TEXT_NODE && type != DOMNode::CDATA_SECTION_NODE) continue;
-        View data = ViewOf(static_cast<DOMCharacterData*>(child)->getData());
-        if (type == DOMNode::CDATA_SECTION_NODE) {
-            content.append(data);
-            continue;
-        }
-        // Text nodes come back with Windows line ends; CDATA sections byte for byte.
-        for (std::size_t lineFeed = data.find(WideChar('\n')); lineFeed != View::npos;
-             lineFeed = data.find(WideChar('\n'))) {
-            content.append(data.substr(0, lineFeed)).append(WIDE("\r\n"));
-            data.remove_prefix(lineFeed + 1);
-        }
-        content.append(data);
-    }
+    for (DOMNode* child = element->getFirstChild(); child; child = child->getNextSibling())
+        if (IsTextOrCDATA(child)) AppendContentOf(child, content);
     return content;
 }
 

@@ -1,0 +1,57 @@
+#include "BenchmarkRatios.h"
+
+#include <cstdio>
+#include <map>
+
+#include <benchmark/benchmark.h>
+
+namespace classxml::bench {
+namespace {
+
+// Keeps the median of each benchmark's repetitions while printing as usual.
+class MedianCollector : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs)
+            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
+                medians[run.run_name.function_name] = run.GetAdjustedRealTime();
+        ConsoleReporter::ReportRuns(runs);
+    }
+    std::map<std::string, double> medians; // in the benchmark's time unit
+};
+
+} // namespace
+
+int RunAndCompare(int argc, char** argv, const std::vector<Ratio>& ratios) {
+    // Repetitions of the two sides run interleaved in random order, so that whatever drifts
+    // during the run (heap state, page cache, frequency) weighs on both alike.
+    std::vector<char*> arguments(argv, argv + argc);
+    char interleave[] = "--benchmark_enable_random_interleaving=true";
+    arguments.insert(arguments.begin() + 1, interleave);
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    MedianCollector collector;
+    benchmark::RunSpecifiedBenchmarks(&collector);
+    benchmark::Shutdown();
+
+    int failures = 0;
+    std::printf("\n%-44s %10s %10s %7s %7s\n", "comparison (median time)", "library", "baseline",
+                "ratio", "limit");
+    for (const Ratio& ratio : ratios) {
+        const auto measured = collector.medians.find(ratio.measured);
+        const auto baseline = collector.medians.find(ratio.baseline);
+        if (measured == collector.medians.end() || baseline == collector.medians.end()) continue;
+        const double value = measured->second / baseline->second;
+        const bool informational = ratio.limit <= 0;
+        const bool within = informational || value <= ratio.limit;
+        failures += within ? 0 : 1;
+        std::printf("%-44s %10.3f %10.3f %7.3f %7.2f %s\n", ratio.label.c_str(), measured->second,
+                    baseline->second, value, ratio.limit,
+                    informational ? "info"
+                    : within      ? "ok"
+                                  : "OVER");
+    }
+    return failures == 0 ? 0 : 1;
+}
+
+} // namespace classxml::bench

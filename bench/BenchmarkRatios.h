@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// Runs the registered benchmarks and compares pairs of them by their median real time.
+namespace classxml::bench {
+
+struct Ratio {
+    std::string label;
+    std::string measured; // benchmark name of the library's side
+    std::string baseline; // benchmark name of the plain work
+    double limit;         // measured / baseline must not exceed it; 0: shown for information
+};
+
+// Runs every registered benchmark with the command line's options, prints both figures and
+// each ratio, and returns 0 when all ratios are within their limits.
+int RunAndCompare(int argc, char** argv, const std::vector<Ratio>& ratios);
+
+} // namespace classxml::bench
