@@ -22,6 +22,15 @@ public:
 
 } // namespace
 
+void Register(const char* name, void (*function)(benchmark::State&), int iterations,
+              int repetitions) {
+    benchmark::RegisterBenchmark(name, function)
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(iterations)
+        ->Repetitions(repetitions)
+        ->ReportAggregatesOnly(true);
+}
+
 int RunAndCompare(int argc, char** argv, const std::vector<Ratio>& ratios) {
     // Repetitions of the two sides run interleaved in random order, so that whatever drifts
     // during the run (heap state, page cache, frequency) weighs on both alike.

@@ -3,6 +3,10 @@
 #include <string>
 #include <vector>
 
+namespace benchmark {
+class State;
+}
+
 // Runs the registered benchmarks and compares pairs of them by their median real time.
 namespace classxml::bench {
 
@@ -12,6 +16,10 @@ struct Ratio {
     std::string baseline; // benchmark name of the plain work
     double limit;         // measured / baseline must not exceed it; 0: shown for information
 };
+
+// Registers one side of a comparison: fixed iterations per repetition, medians reported.
+void Register(const char* name, void (*function)(benchmark::State&), int iterations,
+              int repetitions);
 
 // Runs every registered benchmark with the command line's options, prints both figures and
 // each ratio, and returns 0 when all ratios are within their limits.

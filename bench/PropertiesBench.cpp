@@ -239,24 +239,15 @@ void ReadXerces(benchmark::State& state) {
     document->release();
 }
 
-// Alternating repetitions keep slow drifts of the machine out of the ratio.
-void Register(const char* name, void (*function)(benchmark::State&)) {
-    benchmark::RegisterBenchmark(name, function)
-        ->Unit(benchmark::kMillisecond)
-        ->Iterations(10)
-        ->Repetitions(9)
-        ->ReportAggregatesOnly(true);
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
     Handle::InitXMLEngine(Handle::XMLIOTYPE_XERCES);
-    Register("write/handle", WriteHandle);
-    Register("write/xerces", WriteXerces);
-    Register("read/handle", ReadHandle);
-    Register("read/xerces", ReadXerces<false>);
-    Register("read/xerces-first-text-node", ReadXerces<true>);
+    classxml::bench::Register("write/handle", WriteHandle, 10, 9);
+    classxml::bench::Register("write/xerces", WriteXerces, 10, 9);
+    classxml::bench::Register("read/handle", ReadHandle, 10, 9);
+    classxml::bench::Register("read/xerces", ReadXerces<false>, 10, 9);
+    classxml::bench::Register("read/xerces-first-text-node", ReadXerces<true>, 10, 9);
     const int result = classxml::bench::RunAndCompare(
         argc, argv,
         {{"write 100,000 properties", "write/handle", "write/xerces", 1.2},

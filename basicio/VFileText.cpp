@@ -1,0 +1,189 @@
+// CVFile: reading text out of a file and copying characters between files.
+#include <vector>
+
+#include "basicio/VFile.h"
+#include "basicio/VFileDetail.h"
+#include "platform/Utf.h"
+
+using namespace classxml::basicio;
+namespace platform = classxml::platform;
+
+namespace {
+
+// Copies go through blocks of this size, so memory stays flat whatever the file's size.
+constexpr std::size_t kBlockBytes = std::size_t(1) << 20;
+
+// Files of one width and encoding: the bytes are copied unchanged, straight from one file to
+// the other.
+template <class Char>
+void CopyBytes(CBasicFile<Char>& source, std::int64_t fromByte, std::int64_t toByte,
+               CBasicFile<Char>& target) {
+    std::vector<char> block(kBlockBytes);
+    for (std::int64_t offset = fromByte; offset < toByte;) {
+        const auto wanted = static_cast<std::size_t>(
+            std::min<std::int64_t>(toByte - offset, static_cast<std::int64_t>(block.size())));
+        const std::size_t got = source.ReadAt(offset, block.data(), wanted);
+        if (got == 0) break;
+        target.Write(block.data(), got);
+        offset += static_cast<std::int64_t>(got);
+    }
+}
+
+bool SameUnits(const CBasicFile<char>& source, const CBasicFile<char>& target) {
+    return platform::IsSameEncoding(EncodingOf(source.GetCodePage()),
+                                    EncodingOf(target.GetCodePage()));
+}
+bool SameUnits(const CBasicFile<WideChar>& source, const CBasicFile<WideChar>& target) {
+    const auto big = [](const CBasicFile<WideChar>& file) {
+        return file.GetByteOrder() == BasicFile::byteorder_big_endian;
+    };
+    return big(source) == big(target);
+}
+
+std::size_t WholeCharactersOf(const CBasicFile<char>& file, CBasicStringView<char> units) {
+    return WholeCharacters(units, EncodingOf(file.GetCodePage()));
+}
+std::size_t WholeCharactersOf(const CBasicFile<WideChar>&, CBasicStringView<WideChar> units) {
+    return WholeCharacters(units);
+}
+
+// Characters [from, to) of `source` at the current position of `target`.
+template <class Source, class Target>
+void CopyCharacters(Source& source, std::int64_t from, std::int64_t to, Target& target) {
+    using SourceChar = typename Source::CharType;
+    to = std::min(to, source.SizeInCharacters());
+    if (from >= to) return;
+    if constexpr (std::is_same_v<Source, Target>) {
+        if (SameUnits(source, target)) {
+            CopyBytes(source, from * std::int64_t(sizeof(SourceChar)),
+                      to * std::int64_t(sizeof(SourceChar)), target);
+            return;
+        }
+    }
+    // Otherwise block by block through UTF-16; a character cut by a block's end waits for
+    // the next block.
+    const auto blockUnits = std::int64_t(kBlockBytes / sizeof(SourceChar));
+    CBasicString<SourceChar> units;
+    CBasicString<WideChar> wide;
+    for (std::int64_t position = from; position < to;) {
+        units.clear();
+        source.ReadChars(position, std::min(to, position + blockUnits), units);
+        std::size_t whole = units.size();
+        if (position + std::int64_t(units.size()) < to) whole = WholeCharactersOf(source, units);
+        if (whole == 0) whole = units.size(); // a block of one broken character
+        wide.clear();
+        AppendAsWide(source, CBasicStringView<SourceChar>(units).substr(0, whole), wide);
+        target.WriteChars(TextIn(target, wide));
+        position += std::int64_t(whole);
+    }
+}
+
+} // namespace
+
+FILE_CHAR_POS CVFile::AppendFileContent(const CVFile& source, FILE_CHAR_POS from,
+                                        FILE_CHAR_POS to) {
+    return WithFile(WIDE("AppendFileContent"), [&](auto& target) {
+        RequireValidRange(WIDE("AppendFileContent"), from.get(), to.get());
+        source.WithFile(WIDE("AppendFileContent"),
+                        [&](auto& input) { CopyCharacters(input, from.get(), to.get(), target); });
+        using Char = typename std::decay_t<decltype(target)>::CharType;
+        return FILE_CHAR_POS(target.Tell() / std::int64_t(sizeof(Char)));
+    });
+}
+
+FILE_CHAR_POS CVFile::AppendFileContentAtEndOfFile(const CVFile& source, FILE_CHAR_POS from,
+                                                   FILE_CHAR_POS to) {
+    SeekToEnd();
+    return AppendFileContent(source, from, to);
+}
+
+std::uint64_t CVFile::AppendFileBuffer(const CVFile& source, std::uint64_t from, std::uint64_t to) {
+    return WithFile(WIDE("AppendFileBuffer"), [&](auto& target) {
+        RequireValidRange(WIDE("AppendFileBuffer"), static_cast<std::int64_t>(from),
+                          static_cast<std::int64_t>(to));
+        return source.WithFile(WIDE("AppendFileBuffer"), [&](auto& input) {
+            const std::int64_t end = std::min(static_cast<std::int64_t>(to), input.LengthInBytes());
+            const std::int64_t start = static_cast<std::int64_t>(from);
+            if (start >= end) return std::uint64_t(0);
+            std::vector<char> block(kBlockBytes);
+            std::uint64_t copied = 0;
+            for (std::int64_t offset = start; offset < end;) {
+                const auto wanted = static_cast<std::size_t>(
+                    std::min<std::int64_t>(end - offset, std::int64_t(block.size())));
+                const std::size_t got = input.ReadAt(offset, block.data(), wanted);
+                if (got == 0) break;
+                target.Write(block.data(), got);
+                offset += std::int64_t(got);
+                copied += got;
+            }
+            return copied;
+        });
+    });
+}
+
+void CVFile::GetStringFromFile(CBasicString<WideChar>& out, FILE_CHAR_POS from, FILE_CHAR_POS to,
+                               bool) const {
+    out.clear();
+    WithFile(WIDE("GetStringFromFile"), [&](auto& file) {
+        using Char = typename std::decay_t<decltype(file)>::CharType;
+        std::int64_t start = from.get();
+        // Reading a UTF-16 file "from the start" leaves its byte-order mark out.
+        if constexpr (std::is_same_v<Char, WideChar>)
+            if (start == 0) start = 1;
+        RequireValidRange(WIDE("GetStringFromFile"), start, std::max(start, to.get()));
+        if constexpr (std::is_same_v<Char, WideChar>) {
+            file.ReadChars(start, to.get(), out);
+        } else {
+            // Every code page has one conversion here; `generalConversion` changes nothing.
+            CBasicString<char> units;
+            file.ReadChars(start, to.get(), units);
+            AppendAsWide(file, units, out);
+        }
+    });
+}
+
+void CVFile::GetStringFromFile(CBasicString<char>& out, FILE_CHAR_POS from, FILE_CHAR_POS to,
+                               bool generalConversion) const {
+    out.clear();
+    const bool processUnits = WithFile(WIDE("GetStringFromFile"), [&](auto& file) {
+        using Char = typename std::decay_t<decltype(file)>::CharType;
+        if constexpr (std::is_same_v<Char, char>)
+            return platform::IsSameEncoding(EncodingOf(file.GetCodePage()),
+                                            platform::NarrowEncoding::ProcessDefault);
+        return false;
+    });
+    if (processUnits) { // narrow text already in the process code page: the units themselves
+        RequireValidRange(WIDE("GetStringFromFile"), from.get(), std::max(from.get(), to.get()));
+        std::get<CBasicFile<char>>(m_file).ReadChars(from.get(), to.get(), out);
+        return;
+    }
+    CBasicString<WideChar> wide;
+    GetStringFromFile(wide, from, to, generalConversion);
+    platform::AppendWideToNarrow(wide, platform::NarrowEncoding::ProcessDefault, out);
+}
+
+void CVFile::GetStringFromFile(CBasicString<char8_t>& out, FILE_CHAR_POS from, FILE_CHAR_POS to,
+                               bool generalConversion) const {
+    CBasicString<WideChar> wide;
+    GetStringFromFile(wide, from, to, generalConversion);
+    out = platform::Utf16ToUtf8(wide);
+}
+
+FILE_CHAR_POS CVFile::AlignToCharacter(FILE_CHAR_POS position) const {
+    return WithFile(WIDE("AlignToCharacter"), [&](auto& file) {
+        using Char = typename std::decay_t<decltype(file)>::CharType;
+        std::int64_t aligned = std::clamp<std::int64_t>(position.get(), 0, file.SizeInCharacters());
+        const std::int64_t lowest = std::max<std::int64_t>(0, aligned - 3);
+        Char unit{};
+        if constexpr (std::is_same_v<Char, WideChar>) {
+            const auto low = [](Char c) { return c >= 0xDC00 && c <= 0xDFFF; };
+            if (file.CharAt(aligned, unit) && low(unit)) --aligned; // inside a surrogate pair
+        } else if (platform::IsSameEncoding(EncodingOf(file.GetCodePage()),
+                                            platform::NarrowEncoding::Utf8)) {
+            while (aligned > lowest && file.CharAt(aligned, unit) &&
+                   (static_cast<unsigned char>(unit) & 0xC0) == 0x80)
+                --aligned; // a continuation byte: the character began earlier
+        }
+        return FILE_CHAR_POS(aligned);
+    });
+}

@@ -1,0 +1,129 @@
+// Searching and copying a 256 MiB text file through CVFile, against reading and copying it in
+// 1 MiB blocks with plain positional reads and writes (the same system calls as read() and
+// write()). The file is written and read once first, so every side reads from the page cache.
+#include <cstdio>
+#include <filesystem>
+#include <random>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include "BenchmarkRatios.h"
+#include "basicio/VFile.h"
+#include "platform/FileIO.h"
+#include "platform/ProcessMemory.h"
+#include "platform/Utf.h"
+
+namespace {
+
+namespace platform = classxml::platform;
+constexpr std::size_t kFileBytes = std::size_t(256) << 20;
+constexpr std::size_t kBlock = std::size_t(1) << 20;
+
+std::filesystem::path g_directory;
+CBasicString<WideChar> Path(const char* name) {
+    return platform::Utf8ToUtf16((g_directory / name).u8string());
+}
+
+// Base64-like lines: letters, digits, '+', '/', line breaks; the searched text never occurs.
+void WriteSample() {
+    static const char alphabet[] =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::vector<char> block(kBlock);
+    std::mt19937 random(1);
+    for (std::size_t i = 0; i < block.size(); ++i)
+        block[i] = i % 77 == 76 ? '\n' : alphabet[random() % 64];
+    std::FILE* file = std::fopen((g_directory / "sample.txt").string().c_str(), "wb");
+    for (std::size_t written = 0; written < kFileBytes; written += block.size())
+        std::fwrite(block.data(), 1, block.size(), file);
+    std::fclose(file);
+}
+
+int OpenPlain(const char* name, bool write) {
+    platform::OpenOptions options;
+    options.access =
+        write ? platform::OpenOptions::Access::Write : platform::OpenOptions::Access::Read;
+    options.create = options.truncate = write;
+    int error = 0;
+    return platform::OpenFile(Path(name), options, error);
+}
+
+void PlainRead(benchmark::State& state) {
+    std::vector<char> block(kBlock);
+    for (auto _ : state) {
+        const int descriptor = OpenPlain("sample.txt", false);
+        int error = 0;
+        std::int64_t offset = 0;
+        for (std::int64_t got; (got = platform::ReadFileAt(descriptor, offset, block.data(),
+                                                           block.size(), error)) > 0;)
+            offset += got;
+        platform::CloseFile(descriptor);
+        benchmark::DoNotOptimize(offset);
+    }
+}
+
+void PlainCopy(benchmark::State& state) {
+    std::vector<char> block(kBlock);
+    for (auto _ : state) {
+        const int source = OpenPlain("sample.txt", false);
+        const int target = OpenPlain("copy-plain.txt", true);
+        int error = 0;
+        std::int64_t offset = 0;
+        for (std::int64_t got;
+             (got = platform::ReadFileAt(source, offset, block.data(), block.size(), error)) > 0;) {
+            platform::WriteFileAt(target, offset, block.data(), static_cast<std::size_t>(got));
+            offset += got;
+        }
+        platform::CloseFile(source);
+        platform::CloseFile(target);
+    }
+}
+
+template <bool CaseSensitive>
+void Search(benchmark::State& state) {
+    const boost::shared_ptr<LocalizationManager> localization;
+    for (auto _ : state) {
+        CVFile file;
+        file.Open(Path("sample.txt"), 0x0804);
+        const FILE_CHAR_POS found =
+            file.FindStringPositionInFile(CBasicStringView<WideChar>(WIDE("<FileTransport")),
+                                          localization, CaseSensitive, FILE_CHAR_POS(0));
+        if (found.get() != -1) state.SkipWithError("found a text that is not there");
+    }
+}
+
+void AppendFileContent(benchmark::State& state) {
+    for (auto _ : state) {
+        CVFile source;
+        CVFile target;
+        source.Open(Path("sample.txt"), 0x0804);
+        target.Open(Path("copy-vfile.txt"), 0x0811);
+        target.AppendFileContent(source, FILE_CHAR_POS(0),
+                                 FILE_CHAR_POS(std::int64_t(source.GetSizeInCharacters().get())));
+        target.Close();
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    g_directory = std::filesystem::temp_directory_path() / "classxml-file-bench";
+    std::filesystem::create_directories(g_directory);
+    WriteSample();
+    classxml::bench::Register("read/plain", PlainRead, 1, 9);
+    classxml::bench::Register("search/case-sensitive", Search<true>, 1, 9);
+    classxml::bench::Register("search/case-insensitive", Search<false>, 1, 9);
+    classxml::bench::Register("copy/plain", PlainCopy, 1, 9);
+    classxml::bench::Register("copy/AppendFileContent", AppendFileContent, 1, 9);
+    const std::uint64_t residentBefore = platform::PeakResidentBytes();
+    const int result = classxml::bench::RunAndCompare(
+        argc, argv,
+        {{"case-sensitive search vs read", "search/case-sensitive", "read/plain", 2.0},
+         {"case-insensitive search vs read", "search/case-insensitive", "read/plain", 4.0},
+         {"AppendFileContent vs read/write copy", "copy/AppendFileContent", "copy/plain", 2.0}});
+    std::printf("peak resident memory: %.1f MiB before the runs, %.1f MiB after (file: %zu MiB)\n",
+                double(residentBefore) / (1 << 20),
+                double(platform::PeakResidentBytes()) / (1 << 20), kFileBytes >> 20);
+    std::filesystem::remove_all(g_directory);
+    return result;
+}

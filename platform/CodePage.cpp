@@ -1,0 +1,46 @@
+#include "platform/CodePage.h"
+
+#include <cstdint>
+
+#include "platform/Utf.h"
+
+namespace classxml::platform {
+namespace {
+
+CBasicStringView<char8_t> AsUtf8(CBasicStringView<char> narrow) {
+    return {reinterpret_cast<const char8_t*>(narrow.data()), narrow.size()};
+}
+
+NarrowEncoding Resolved(NarrowEncoding encoding) {
+    return encoding == NarrowEncoding::ProcessDefault ? NarrowEncoding::Utf8 : encoding;
+}
+
+} // namespace
+
+bool IsSameEncoding(NarrowEncoding a, NarrowEncoding b) { return Resolved(a) == Resolved(b); }
+
+void AppendNarrowToWide(CBasicStringView<char> narrow, NarrowEncoding encoding,
+                        CBasicString<WideChar>& out) {
+    if (encoding == NarrowEncoding::Latin1) {
+        for (const char byte : narrow)
+            out.push_back(static_cast<unsigned char>(byte));
+        return;
+    }
+    AppendUtf8ToUtf16(AsUtf8(narrow), out); // the process default is UTF-8 here
+}
+
+void AppendWideToNarrow(CBasicStringView<WideChar> wide, NarrowEncoding encoding,
+                        CBasicString<char>& out) {
+    if (encoding == NarrowEncoding::Latin1) {
+        for (const WideChar unit : wide) {
+            const auto value = static_cast<std::uint16_t>(unit);
+            out.push_back(value < 0x100 ? static_cast<char>(value) : '?');
+        }
+        return;
+    }
+    CBasicString<char8_t> utf8;
+    AppendUtf16ToUtf8(wide, utf8);
+    out.append(reinterpret_cast<const char*>(utf8.data()), utf8.size());
+}
+
+} // namespace classxml::platform

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "BasicString.h"
+#include "platform/Export.h"
+
+// Files by wide path and positional reads and writes on their descriptors. Failures come back
+// as the runtime library's error numbers (ENOENT 2, EBADF 9, ENOMEM 12, EACCES 13, EEXIST 17,
+// EINVAL 22, EMFILE 24, ENOSPC 28 are the same on Windows and Linux).
+namespace classxml::platform {
+
+struct OpenOptions {
+    enum class Access { Read, Write, ReadWrite };
+    enum class Share { DenyNone, DenyRead, DenyWrite, DenyReadWrite };
+    Access access = Access::Read;
+    Share share = Share::DenyNone;
+    bool create = false;
+    bool exclusive = false; // fail when the file exists
+    bool truncate = false;
+    bool noInherit = false;
+    bool text = false;      // CR LF translation where the platform has it
+    bool temporary = false; // removed when closed
+    bool shortLived = false;
+    bool writablePermission = true; // permission of a created file
+};
+
+// A descriptor >= 0, or -1 with the error number in `error`.
+CLASSXML_API int OpenFile(const CBasicString<WideChar>& path, const OpenOptions& options,
+                          int& error);
+// 0, or the error number.
+CLASSXML_API int CloseFile(int descriptor);
+// Reads up to `count` bytes at `offset`: the count read (less only at the end of the file), or
+// -1 with the error number.
+CLASSXML_API std::int64_t ReadFileAt(int descriptor, std::int64_t offset, void* buffer,
+                                     std::size_t count, int& error);
+// Writes all `count` bytes at `offset`: 0, or the error number.
+CLASSXML_API int WriteFileAt(int descriptor, std::int64_t offset, const void* data,
+                             std::size_t count);
+// The file's length in bytes, or -1 with the error number.
+CLASSXML_API std::int64_t FileLength(int descriptor, int& error);
+// 0, or the error number.
+CLASSXML_API int ResizeFile(int descriptor, std::int64_t length);
+// Delete and rename by wide path: 0, or -1 with the error number in `error`.
+CLASSXML_API int RemoveFile(const CBasicString<WideChar>& path, int& error);
+CLASSXML_API int RenameFile(const CBasicString<WideChar>& from, const CBasicString<WideChar>& to,
+                            int& error);
+
+} // namespace classxml::platform
