@@ -386,7 +386,33 @@ public:
     bool IsMAPProperty(View const& name, TypePair const& keyTypes, View const& valueType);
     bool IsMAPProperty(View const& name, TypePair const& keyTypes, TypePair const& valueTypes);
 
+    // ---- File contents ---------------------------------------------------------------------
+    // A property element holding the whole text of a file, read through CVFile in slices of
+    // 10,000,000 characters (never cutting a character in two), one text node each. A file that
+    // cannot be opened or read gives a handle that is not defined.
+    CXMLClassReaderWriter AddFileContentProperty(const CBasicString<WideChar>& name,
+                                                 const CBasicString<WideChar>& type,
+                                                 const CBasicString<WideChar>& filePath);
+
+    // Before a class-XML file is read: moves the base64 text of every
+    // <FileTransport ...><fileContent ...>...</fileContent></FileTransport> into a side file
+    // <directory of path><UUID>.base64 and puts that file's path in its place, then replaces
+    // the file by the rewritten one. A file without such elements is left untouched. False when
+    // the file cannot be read or an element is cut short; a file error leaves the input file
+    // where it was. Failed deletes and renames are reported through `logging`.
+    static bool PreprocessReading(const View& path,
+                                  const boost::shared_ptr<LocalizationManager>& localization,
+                                  const boost::shared_ptr<CLoggingFile>& logging);
+
 protected:
+    // Delete and rename that report failures (no such file, no access, bad name) through
+    // `logging`; they return the runtime library's result, -1 on failure.
+    static int DeleteFileLogged(const View& path, const boost::shared_ptr<CLoggingFile>& logging,
+                                const LoggingSourcePos& position);
+    static int RenameFileLogged(const View& from, const View& to,
+                                const boost::shared_ptr<CLoggingFile>& logging,
+                                const LoggingSourcePos& position);
+
     // The building blocks of the typed members.
     CXMLClassReaderWriter AddProperty(View const& name, View const& type, View const& value);
     CXMLClassReaderWriter AddCDATAProperty(View const& name, View const& type, View const& value);

@@ -47,6 +47,25 @@ std::size_t WholeCharactersOf(const CBasicFile<WideChar>&, CBasicStringView<Wide
     return WholeCharacters(units);
 }
 
+// Hands the characters [from, to) of `file` to `consume` in blocks that never end inside a
+// character: a UTF-8 sequence or surrogate pair cut by a block's end waits for the next block.
+template <class File, class Consume>
+void ForEachBlock(File& file, std::int64_t from, std::int64_t to, Consume consume) {
+    using Char = typename File::CharType;
+    const auto blockUnits = std::int64_t(kBlockBytes / sizeof(Char));
+    CBasicString<Char> units;
+    for (std::int64_t position = from; position < to;) {
+        units.clear();
+        file.ReadChars(position, std::min(to, position + blockUnits), units);
+        if (units.empty()) break;
+        std::size_t whole = units.size();
+        if (position + std::int64_t(units.size()) < to) whole = WholeCharactersOf(file, units);
+        if (whole == 0) whole = units.size(); // a block of one broken character
+        consume(CBasicStringView<Char>(units).substr(0, whole));
+        position += std::int64_t(whole);
+    }
+}
+
 // Characters [from, to) of `source` at the current position of `target`.
 template <class Source, class Target>
 void CopyCharacters(Source& source, std::int64_t from, std::int64_t to, Target& target) {
@@ -60,22 +79,12 @@ void CopyCharacters(Source& source, std::int64_t from, std::int64_t to, Target& 
             return;
         }
     }
-    // Otherwise block by block through UTF-16; a character cut by a block's end waits for
-    // the next block.
-    const auto blockUnits = std::int64_t(kBlockBytes / sizeof(SourceChar));
-    CBasicString<SourceChar> units;
     CBasicString<WideChar> wide;
-    for (std::int64_t position = from; position < to;) {
-        units.clear();
-        source.ReadChars(position, std::min(to, position + blockUnits), units);
-        std::size_t whole = units.size();
-        if (position + std::int64_t(units.size()) < to) whole = WholeCharactersOf(source, units);
-        if (whole == 0) whole = units.size(); // a block of one broken character
+    ForEachBlock(source, from, to, [&](CBasicStringView<SourceChar> units) {
         wide.clear();
-        AppendAsWide(source, CBasicStringView<SourceChar>(units).substr(0, whole), wide);
+        AppendAsWide(source, units, wide);
         target.WriteChars(TextIn(target, wide));
-        position += std::int64_t(whole);
-    }
+    });
 }
 
 } // namespace
@@ -135,9 +144,8 @@ void CVFile::GetStringFromFile(CBasicString<WideChar>& out, FILE_CHAR_POS from, 
             file.ReadChars(start, to.get(), out);
         } else {
             // Every code page has one conversion here; `generalConversion` changes nothing.
-            CBasicString<char> units;
-            file.ReadChars(start, to.get(), units);
-            AppendAsWide(file, units, out);
+            ForEachBlock(file, start, std::min(to.get(), file.SizeInCharacters()),
+                         [&](CBasicStringView<char> units) { AppendAsWide(file, units, out); });
         }
     });
 }

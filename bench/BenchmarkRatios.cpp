@@ -22,6 +22,18 @@ public:
 
 } // namespace
 
+std::filesystem::path ScratchDirectory(const char* name) {
+    std::error_code ignored;
+    const std::filesystem::path memory = "/dev/shm";
+    const std::filesystem::path base = std::filesystem::is_directory(memory, ignored)
+                                           ? memory
+                                           : std::filesystem::temp_directory_path();
+    const std::filesystem::path directory = base / name;
+    std::filesystem::remove_all(directory, ignored);
+    std::filesystem::create_directories(directory);
+    return directory;
+}
+
 void Register(const char* name, void (*function)(benchmark::State&), int iterations,
               int repetitions) {
     benchmark::RegisterBenchmark(name, function)

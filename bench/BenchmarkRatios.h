@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,11 @@ struct Ratio {
     std::string baseline; // benchmark name of the plain work
     double limit;         // measured / baseline must not exceed it; 0: shown for information
 };
+
+// A fresh directory for a benchmark's files: in memory (/dev/shm) where the system has one, so
+// that writing back dirty pages to a device, which varies by seconds between runs, does not
+// drown what is compared; the temporary directory otherwise.
+std::filesystem::path ScratchDirectory(const char* name);
 
 // Registers one side of a comparison: fixed iterations per repetition, medians reported.
 void Register(const char* name, void (*function)(benchmark::State&), int iterations,

@@ -1,0 +1,38 @@
+// A property element holding the text of a whole file.
+#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+
+#include "basicio/VFile.h"
+#include "xmlio/XMLIO.h"
+
+namespace {
+
+// One read and one DOM text node hold at most this many characters.
+constexpr std::int64_t kSliceCharacters = 10'000'000;
+
+} // namespace
+
+CXMLClassReaderWriter
+CXMLClassReaderWriter::AddFileContentProperty(const CBasicString<WideChar>& name,
+                                              const CBasicString<WideChar>& type,
+                                              const CBasicString<WideChar>& filePath) {
+    try {
+        CVFile file;
+        file.Open(filePath, 0x0804);
+        CXMLClassReaderWriter element = AddElementAttributesContent(name, PropertyAttributes(type));
+        CBasicString<WideChar> slice;
+        for (std::int64_t from = 0;;) {
+            // Slices end where a character begins, so that none is cut into two text nodes.
+            std::int64_t to = file.AlignToCharacter(FILE_CHAR_POS(from + kSliceCharacters)).get();
+            if (to <= from) to = from + kSliceCharacters;
+            file.GetStringFromFile(slice, FILE_CHAR_POS(from), FILE_CHAR_POS(to));
+            if (slice.empty()) break;
+            if (element.msp_xmlIO)
+                element.msp_xmlIO->AppendTextContent(element.mp_document, element.mp_element,
+                                                     slice);
+            from = to;
+        }
+        return element;
+    } catch (const CBasicFileException&) {
+        return ElementOrFailure(nullptr);
+    }
+}

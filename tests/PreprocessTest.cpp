@@ -1,0 +1,265 @@
+// Moving base64 blocks out of class-XML files: the documented cases, the log texts, and a
+// randomised check that nothing is ever lost.
+#include <filesystem>
+#include <random>
+#include <regex>
+#include <set>
+
+#include <boost/make_shared.hpp>
+#include <gtest/gtest.h>
+
+#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "platform/Utf.h"
+#include "support/TempDir.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Handle = CXMLClassReaderWriter;
+using classxml::testing::ReadFile;
+using classxml::testing::TempDir;
+using classxml::testing::WidePath;
+using classxml::testing::WriteFile;
+
+// Remembers every entry instead of writing a file.
+class RecordingLog : public CLoggingFile {
+public:
+    explicit RecordingLog(int level) : CLoggingFile(level) {}
+    void LogInfo(int level, int messageLevel, const LoggingSourcePos& position,
+                 const CBasicString<WideChar>& text) override {
+        entries.push_back({"info " + std::to_string(level) + "/" + std::to_string(messageLevel),
+                           classxml::platform::WideToNarrow(text), position});
+    }
+    void LogError(const CBasicString<WideChar>& text, const LoggingSourcePos& position) override {
+        entries.push_back({"error", classxml::platform::WideToNarrow(text), position});
+    }
+    struct Entry {
+        std::string kind;
+        std::string text;
+        LoggingSourcePos position;
+    };
+    std::vector<Entry> entries;
+};
+
+// Opens the logged delete and rename.
+class FileSteps : public Handle {
+public:
+    using Handle::DeleteFileLogged;
+    using Handle::RenameFileLogged;
+};
+
+std::set<std::string> Names(const fs::path& directory) {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(directory))
+        names.insert(entry.path().filename().string());
+    return names;
+}
+
+const std::regex
+    kSideFileName("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\.base64");
+
+class PreprocessTest : public ::testing::Test {
+protected:
+    bool Preprocess(const fs::path& file) {
+        return Handle::PreprocessReading(WidePath(file), nullptr, log);
+    }
+    // The side files beside `file`, by their full paths.
+    std::set<std::string> SideFiles() {
+        std::set<std::string> sides;
+        for (const std::string& name : Names(dir.Path()))
+            if (std::regex_match(name, kSideFileName)) sides.insert((dir / name).string());
+        return sides;
+    }
+
+    TempDir dir;
+    boost::shared_ptr<RecordingLog> log = boost::make_shared<RecordingLog>(5);
+};
+
+TEST_F(PreprocessTest, WithoutTransportElementsNothingIsWritten) {
+    const std::string xml = "<Root><fileContent>QUJD</fileContent><filetransport/></Root>";
+    WriteFile(dir / "doc.xml", xml);
+    EXPECT_TRUE(Preprocess(dir / "doc.xml"));
+    EXPECT_EQ(ReadFile(dir / "doc.xml"), xml);
+    EXPECT_EQ(Names(dir.Path()), std::set<std::string>{"doc.xml"});
+
+    WriteFile(dir / "doc.xml", "<FileTransport name=\"a\"></FileTransport>"); // no fileContent
+    EXPECT_TRUE(Preprocess(dir / "doc.xml"));
+    EXPECT_EQ(Names(dir.Path()), std::set<std::string>{"doc.xml"});
+
+    WriteFile(dir / "doc.xml", "<filetransport><fileContent>QUJD</fileContent></filetransport>");
+    EXPECT_TRUE(Preprocess(dir / "doc.xml")); // the searches are case-sensitive
+    EXPECT_EQ(Names(dir.Path()), std::set<std::string>{"doc.xml"});
+    EXPECT_FALSE(Preprocess(dir / "missing.xml"));
+}
+
+TEST_F(PreprocessTest, OneElementIsMovedToASideFile) {
+    WriteFile(dir / "doc.xml", "<R>\n <FileTransport n=\"1\"><fileContent enc=\"b64\">QUJD\nREVG"
+                               "</fileContent> </FileTransport>\n</R>\n");
+    EXPECT_TRUE(Preprocess(dir / "doc.xml"));
+    const std::set<std::string> sides = SideFiles();
+    ASSERT_EQ(sides.size(), 1u);
+    const std::string side = *sides.begin();
+    EXPECT_EQ(ReadFile(side), "QUJD\nREVG");
+    EXPECT_EQ(ReadFile(dir / "doc.xml"), "<R>\n <FileTransport n=\"1\"><fileContent enc=\"b64\">" +
+                                             side + "</fileContent> </FileTransport>\n</R>\n");
+    EXPECT_EQ(Names(dir.Path()).size(), 2u); // the rewritten document took the input's name
+    EXPECT_TRUE(log->entries.empty());
+}
+
+TEST_F(PreprocessTest, ThreeElementsGiveThreeSideFiles) {
+    WriteFile(dir / "doc.xml", "a<FileTransport><fileContent>111</fileContent></FileTransport>b"
+                               "<FileTransport><fileContent></fileContent></FileTransport>c"
+                               "<FileTransport><fileContent>333</fileContent></FileTransport>d");
+    EXPECT_TRUE(Preprocess(dir / "doc.xml"));
+    const std::string rewritten = ReadFile(dir / "doc.xml");
+    std::vector<std::string> contents;
+    std::string rebuilt = rewritten;
+    for (const std::string& side : SideFiles()) {
+        const std::size_t at = rebuilt.find(side);
+        ASSERT_NE(at, std::string::npos);
+        rebuilt.replace(at, side.size(), ReadFile(side));
+        contents.push_back(ReadFile(side));
+    }
+    EXPECT_EQ(contents.size(), 3u);
+    EXPECT_EQ(rebuilt, "a<FileTransport><fileContent>111</fileContent></FileTransport>b"
+                       "<FileTransport><fileContent></fileContent></FileTransport>c"
+                       "<FileTransport><fileContent>333</fileContent></FileTransport>d");
+}
+
+TEST_F(PreprocessTest, AnElementWithoutContentEndStopsTheScanButKeepsTheFirst) {
+    const std::string second = "<FileTransport><fileContent>BROKEN</FileTransport>tail";
+    WriteFile(dir / "doc.xml",
+              "<FileTransport><fileContent>GOOD</fileContent></FileTransport>" + second);
+    EXPECT_FALSE(Preprocess(dir / "doc.xml"));
+    const std::set<std::string> sides = SideFiles();
+    ASSERT_EQ(sides.size(), 1u);
+    EXPECT_EQ(ReadFile(*sides.begin()), "GOOD");
+    EXPECT_EQ(ReadFile(dir / "doc.xml"), "<FileTransport><fileContent>" + *sides.begin() +
+                                             "</fileContent></FileTransport>" + second);
+}
+
+TEST_F(PreprocessTest, AnElementWithoutTransportEndLeavesTheInputAlone) {
+    const std::string xml = "<FileTransport><fileContent>DATA</fileContent>no end tag";
+    WriteFile(dir / "doc.xml", xml);
+    EXPECT_FALSE(Preprocess(dir / "doc.xml"));
+    EXPECT_EQ(ReadFile(dir / "doc.xml"), xml); // nothing swapped in, nothing lost
+}
+
+TEST_F(PreprocessTest, APathWithoutDirectoryWorksInTheCurrentDirectory) {
+    const fs::path previous = fs::current_path();
+    fs::current_path(dir.Path());
+    WriteFile("doc.xml", "<FileTransport><fileContent>QQ==</fileContent></FileTransport>");
+    const bool result = Handle::PreprocessReading(WIDE("doc.xml"), nullptr, nullptr);
+    fs::current_path(previous);
+    EXPECT_TRUE(result);
+    const std::set<std::string> sides = SideFiles();
+    ASSERT_EQ(sides.size(), 1u);
+    const std::string name = fs::path(*sides.begin()).filename().string();
+    EXPECT_EQ(ReadFile(dir / "doc.xml"),
+              "<FileTransport><fileContent>" + name + "</fileContent></FileTransport>");
+}
+
+TEST_F(PreprocessTest, UnicodeDocumentsKeepTheirText) {
+    WriteFile(dir / "doc.xml", "\xC3\xA9<FileTransport a=\"\xE2\x82\xAC\"><fileContent>QUJD"
+                               "</fileContent></FileTransport>\xF0\x9F\x98\x80");
+    EXPECT_TRUE(Preprocess(dir / "doc.xml"));
+    const std::string side = *SideFiles().begin();
+    EXPECT_EQ(ReadFile(dir / "doc.xml"), "\xC3\xA9<FileTransport a=\"\xE2\x82\xAC\"><fileContent>" +
+                                             side +
+                                             "</fileContent></FileTransport>\xF0\x9F\x98\x80");
+}
+
+// Files with zero to four transport elements, blocks of random sizes (also empty, also with
+// line breaks) and text around them: the rewritten file with every side-file path replaced by
+// that file's content is the original, and each side file holds exactly its block.
+TEST_F(PreprocessTest, NothingIsLostWhateverTheLayout) {
+    std::mt19937 random(2024);
+    const std::string base64 =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=\n";
+    const auto text = [&](std::size_t max) {
+        std::string s(random() % (max + 1), 'x');
+        for (char& c : s)
+            c = " <>/=\"abc\n\xC3\xA9"[random() % 12];
+        return s;
+    };
+    for (int round = 0; round < 60; ++round) {
+        const fs::path file = dir / ("doc" + std::to_string(round) + ".xml");
+        std::string original = text(40);
+        std::vector<std::string> blocks;
+        const int elements = static_cast<int>(random() % 5);
+        for (int i = 0; i < elements; ++i) {
+            std::string block(random() % 3 == 0 ? 0 : random() % 5000, 'A');
+            for (char& c : block)
+                c = base64[random() % base64.size()];
+            blocks.push_back(block);
+            original += "<FileTransport id=\"" + std::to_string(i) + "\">" + text(20) +
+                        "<fileContent a=\"b\">" + block + "</fileContent>" + text(20) +
+                        "</FileTransport>" + text(40);
+        }
+        WriteFile(file, original);
+        const std::set<std::string> before = SideFiles();
+        ASSERT_TRUE(Preprocess(file)) << round;
+        std::string rebuilt = ReadFile(file);
+        std::vector<std::string> found;
+        for (const std::string& side : SideFiles()) {
+            if (before.count(side)) continue;
+            const std::size_t at = rebuilt.find(side);
+            ASSERT_NE(at, std::string::npos);
+            found.push_back(ReadFile(side));
+            rebuilt.replace(at, side.size(), found.back());
+        }
+        EXPECT_EQ(rebuilt, original) << round;
+        std::sort(found.begin(), found.end());
+        std::sort(blocks.begin(), blocks.end());
+        EXPECT_EQ(found, blocks) << round;
+    }
+}
+
+TEST_F(PreprocessTest, FailedDeletesAreLoggedAtTheirLevel) {
+    const CBasicString<WideChar> missing = WidePath(dir / "missing.xml");
+    const std::string missingText = (dir / "missing.xml").string();
+    const LoggingSourcePos position = CLASSXML_SOURCE_POS("Test");
+    EXPECT_EQ(FileSteps::DeleteFileLogged(missing, log, position), -1);
+    ASSERT_EQ(log->entries.size(), 1u);
+    EXPECT_EQ(log->entries[0].kind, "info 5/3");
+    EXPECT_EQ(log->entries[0].text,
+              "Can't delete file '" + missingText + "' because it doesn't exist or path is wrong");
+    EXPECT_EQ(log->entries[0].position.sourceFile, "Test");
+
+    const auto quiet = boost::make_shared<RecordingLog>(4); // below 5: no entry for a missing file
+    EXPECT_EQ(FileSteps::DeleteFileLogged(missing, quiet, position), -1);
+    EXPECT_TRUE(quiet->entries.empty());
+    EXPECT_EQ(FileSteps::DeleteFileLogged(missing, nullptr, position), -1);
+    WriteFile(dir / "present.txt", "x");
+    EXPECT_EQ(FileSteps::DeleteFileLogged(WidePath(dir / "present.txt"), log, position), 0);
+}
+
+TEST_F(PreprocessTest, FailedRenamesAreLoggedAsErrors) {
+    const LoggingSourcePos position = CLASSXML_SOURCE_POS("Test");
+    const auto from = dir / "missing.xml";
+    EXPECT_EQ(FileSteps::RenameFileLogged(WidePath(from), WidePath(dir / "b.xml"), log, position),
+              -1);
+    fs::create_directories(dir / "folder");
+    const auto inside = dir / "folder" / "sub"; // a folder cannot move into itself: errno 22
+    EXPECT_EQ(
+        FileSteps::RenameFileLogged(WidePath(dir / "folder"), WidePath(inside), log, position), -1);
+    ASSERT_EQ(log->entries.size(), 2u);
+    EXPECT_EQ(log->entries[0].kind, "error");
+    EXPECT_EQ(log->entries[0].text,
+              "Can't rename file: " + from.string() + " because it doesn't exist or path is wrong");
+    EXPECT_EQ(log->entries[1].text, "Can't rename file: " + (dir / "folder").string() +
+                                        " because of wrong characters inside name or path. "
+                                        "Check also the new filename: " +
+                                        inside.string());
+}
+
+TEST(LoggingSourcePos, NamesFileLineBuildTimeAndSignature) {
+    const int line = __LINE__ + 1;
+    const LoggingSourcePos position = CLASSXML_SOURCE_POS("XMLClassReaderWriter");
+    EXPECT_EQ(position.sourceFile, "XMLClassReaderWriter");
+    EXPECT_EQ(position.line, line);
+    EXPECT_EQ(position.timeStamp.size(), 24u); // "Sun Nov 22 09:30:05 2026"
+    EXPECT_NE(position.signature.find("TestBody"), std::string::npos);
+}
+
+} // namespace
