@@ -7,7 +7,7 @@ SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 PACKAGES := cmake ninja-build g++ pkg-config libxerces-c-dev libboost-dev libtbb-dev \
             googletest libgtest-dev libgmock-dev libbenchmark-dev
 
-.PHONY: deps build test asan bench clean
+.PHONY: deps build demo test asan bench clean
 
 deps:
 	@missing=$$(for p in $(PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || echo $$p; done); \
@@ -20,6 +20,9 @@ deps:
 build: deps
 	cmake --preset default
 	cmake --build --preset default
+
+demo: build
+	@dir=$$(mktemp -d) && build/default/tools/classxml demo "$$dir"
 
 test: build
 	ctest --preset default

@@ -1,0 +1,20 @@
+# Installs the build into a fresh prefix, builds the example application against it with
+# find_package(classxml) and runs it: what a user's own project does.
+#   cmake -DBUILD_DIR=... -DSOURCE_DIR=... -DWORK=... [-DCXX_FLAGS=...] -P InstallAndConsume.cmake
+file(REMOVE_RECURSE ${WORK})
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE code OUTPUT_VARIABLE out ERROR_VARIABLE err)
+    if(NOT code EQUAL 0)
+        message(FATAL_ERROR "${ARGN} failed (${code}):\n${out}\n${err}")
+    endif()
+    set(output "${out}" PARENT_SCOPE)
+endfunction()
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK}/prefix)
+run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/examples -B ${WORK}/build -G Ninja
+    -DCMAKE_PREFIX_PATH=${WORK}/prefix "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}")
+run(${CMAKE_COMMAND} --build ${WORK}/build)
+file(MAKE_DIRECTORY ${WORK}/run)
+run(${WORK}/build/sample ${WORK}/run)
+if(NOT output MATCHES "all equal")
+    message(FATAL_ERROR "the sample application did not read everything back:\n${output}")
+endif()

@@ -1,0 +1,11 @@
+# Files the program's tests read, written into WORK once before they run.
+file(REMOVE_RECURSE ${WORK})
+file(MAKE_DIRECTORY ${WORK})
+file(WRITE ${WORK}/r.dtd "<!ELEMENT r (count*)>\n<!ELEMENT count (#PCDATA)>\n<!ATTLIST count keytype CDATA #IMPLIED>\n")
+file(WRITE ${WORK}/good.xml "<!DOCTYPE r SYSTEM \"r.dtd\"><r><count keytype=\"int\">42</count></r>")
+file(WRITE ${WORK}/invalid.xml "<!DOCTYPE r SYSTEM \"r.dtd\"><r><other/></r>")
+file(WRITE ${WORK}/empty.xml "")
+file(WRITE ${WORK}/transport.xml "<r><FileTransport><fileContent>QUJD</fileContent></FileTransport></r>")
+string(ASCII 1 2 255 254 200 binary_bytes)
+string(REPEAT "${binary_bytes} binary " 400000 binary) # about 4 MB that is no text at all
+file(WRITE ${WORK}/binary.xml "${binary}")

@@ -1,0 +1,25 @@
+#pragma once
+
+// The subcommands of the classxml program. Each returns the exit code: 0 success, 1 the file
+// is invalid or the operation failed (after one line on standard error naming the file).
+#include <filesystem>
+#include <string>
+
+#include "BasicString.h"
+
+namespace classxml::tool {
+
+int Demo(const std::filesystem::path& directory);
+int Dump(const std::filesystem::path& file, const std::filesystem::path* dtdDirectory);
+int Validate(const std::filesystem::path& file, const std::filesystem::path& dtdDirectory);
+int Preprocess(const std::filesystem::path& file);
+
+// Helpers the subcommands share.
+CBasicString<WideChar> Wide(const std::filesystem::path& path);
+std::string Narrow(CBasicStringView<WideChar> text);
+// "classxml: <file>: <message>" on standard error; returns 1.
+int Fail(const std::filesystem::path& file, const std::string& message);
+// Fails unless `file` is a readable, non-empty regular file.
+bool CheckReadable(const std::filesystem::path& file);
+
+} // namespace classxml::tool

@@ -1,0 +1,41 @@
+// classxml preprocess: moves the base64 blocks of a file into side files.
+#include <cstdio>
+#include <set>
+
+#include "Commands.h"
+#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+
+namespace classxml::tool {
+namespace {
+
+std::set<std::filesystem::path> SideFiles(const std::filesystem::path& directory) {
+    std::set<std::filesystem::path> files;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, error))
+        if (entry.path().extension() == ".base64") files.insert(entry.path());
+    return files;
+}
+
+} // namespace
+
+int Preprocess(const std::filesystem::path& file) {
+    if (!CheckReadable(file)) return 1;
+    const std::filesystem::path directory =
+        file.has_parent_path() ? file.parent_path() : std::filesystem::path(".");
+    const auto before = SideFiles(directory);
+    const bool complete = CXMLClassReaderWriter::PreprocessReading(Wide(file), nullptr, nullptr);
+    std::size_t moved = 0;
+    for (const auto& side : SideFiles(directory)) {
+        if (before.count(side)) continue;
+        std::printf("  %s (%ju bytes)\n", side.string().c_str(),
+                    std::uintmax_t(std::filesystem::file_size(side)));
+        ++moved;
+    }
+    std::printf("%zu base64 block%s moved out of %s\n", moved, moved == 1 ? "" : "s",
+                file.string().c_str());
+    if (!complete)
+        return Fail(file, "stopped at an incomplete FileTransport element or a file error");
+    return 0;
+}
+
+} // namespace classxml::tool
