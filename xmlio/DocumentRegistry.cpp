@@ -70,6 +70,8 @@ bool Release(DOMDocument* document) {
     return true;
 }
 
+std::size_t Count() { return TheRegistry().size(); }
+
 void ReleaseAll() {
     Registry& registry = TheRegistry();
     std::vector<DOMDocument*> documents;

@@ -50,5 +50,6 @@ xercesc::DOMDocument* Register(xercesc::DOMDocument* document,
 bool Release(xercesc::DOMDocument* document);
 // Frees every registered document and empties the registry (engine shutdown).
 void ReleaseAll();
+std::size_t Count();
 
 } // namespace classxml::document_registry

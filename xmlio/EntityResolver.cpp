@@ -2,6 +2,7 @@
 
 #include <xercesc/framework/LocalFileInputSource.hpp>
 
+#include "xmlio/EntityPolicy.h"
 #include "xmlio/XercesText.h"
 
 using classxml::xerces_text::Terminated;

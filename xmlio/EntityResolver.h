@@ -5,9 +5,10 @@
 #include "BasicString.h"
 #include "xmlio/XercesStringHandler.h"
 
-// Resolves the external DTD of a file being parsed in the DTD directory: a system id that does
-// not already begin with the directory is looked up inside it. The directory is a snapshot
-// taken when the resolver is made.
+// Resolves the external DTD (and any external entity) of a file being parsed in the DTD
+// directory: a system id that does not already begin with the directory is looked up inside it;
+// one that would leave it is refused. The directory is a snapshot taken when the resolver is
+// made.
 class CEntityResolver : public xercesc::HandlerBase, public CXercesStringHandler {
 public:
     explicit CEntityResolver(CBasicString<WideChar> dtdDirectory);

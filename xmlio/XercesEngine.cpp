@@ -8,6 +8,7 @@
 #include <boost/make_shared.hpp>
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/XMLNetAccessor.hpp>
 
 #include "platform/Path.h"
 #include "xmlio/DocumentRegistry.h"
@@ -45,6 +46,10 @@ bool CXercesIO::StartEngine() {
     if (g_implementation.load(std::memory_order_relaxed)) return true;
     try {
         XMLPlatformUtils::Initialize(XMLUni::fgXercescDefaultLocale);
+        // Documents never make the library open a network connection: without a net
+        // accessor, Xerces refuses every URL that is not a local file.
+        delete XMLPlatformUtils::fgNetAccessor;
+        XMLPlatformUtils::fgNetAccessor = nullptr;
         g_implementation.store(DOMImplementationRegistry::getDOMImplementation(WIDE("LS")),
                                std::memory_order_release);
     } catch (const XMLException&) {
@@ -73,6 +78,8 @@ CBasicString<WideChar> CXercesIO::GetDtdDirectory() {
     const std::lock_guard lock(g_dtdDirectoryMutex);
     return g_dtdDirectory;
 }
+
+std::size_t CXercesIO::GetDocumentCount() { return classxml::document_registry::Count(); }
 
 bool CXercesIO::Initialize() { return StartEngine(); }
 

@@ -22,6 +22,8 @@ public:
     static void SetDtdDirectory(const CBasicString<WideChar>& directory);
     static void SetDtdDirectory(CBasicString<WideChar>&& directory);
     static CBasicString<WideChar> GetDtdDirectory();
+    // How many documents are registered, that is, created or parsed and not yet released.
+    static std::size_t GetDocumentCount();
 
     bool Initialize() override;
     void Terminate() override;

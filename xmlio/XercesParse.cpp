@@ -1,12 +1,17 @@
 // Parsing documents from files (validated against their DTD) and from memory.
+#include <filesystem>
 #include <memory>
 
 #include <boost/make_shared.hpp>
 #include <xercesc/dom/DOM.hpp>
+#include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/framework/Wrapper4InputSource.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
+#include "platform/Utf.h"
 #include "xmlio/DocumentRegistry.h"
+#include "xmlio/EntityPolicy.h"
 #include "xmlio/XercesEngine.h"
 #include "xmlio/XercesText.h"
 
@@ -28,6 +33,32 @@ public:
     bool sawErrors = false;
 };
 
+// The external entities of a memory document: served from the DTD directory like those of
+// files; one that is allowed but not there reads as empty, so that a document saved with a
+// DOCTYPE reads back even where its DTD is not installed; one that is refused fails the parse.
+class MemoryEntityResolver : public DOMLSResourceResolver {
+public:
+    explicit MemoryEntityResolver(CBasicString<WideChar> dtdDirectory)
+        : m_dtdDirectory(std::move(dtdDirectory)) {}
+
+    DOMLSInput* resolveResource(const XMLCh* const, const XMLCh* const, const XMLCh* const,
+                                const XMLCh* const systemId, const XMLCh* const) override {
+        const auto path = classxml::entity_policy::ResolveInDtdDirectory(
+            classxml::xerces_text::ViewOf(systemId), m_dtdDirectory);
+        if (!path) return nullptr;
+        std::error_code error;
+        const std::filesystem::path file(classxml::platform::Utf16ToUtf8(*path));
+        if (!std::filesystem::is_regular_file(file, error)) {
+            static const XMLByte nothing = 0;
+            return new Wrapper4InputSource(new MemBufInputSource(&nothing, 0, systemId));
+        }
+        return new Wrapper4InputSource(new LocalFileInputSource(Terminated(*path)));
+    }
+
+private:
+    CBasicString<WideChar> m_dtdDirectory;
+};
+
 struct LSParserRelease {
     void operator()(DOMLSParser* parser) const { parser->release(); }
 };
@@ -43,7 +74,13 @@ DOMDocument* ParseMemory(const XMLByte* bytes, XMLSize_t byteCount, const XMLCh*
             DOMImplementationLS::MODE_SYNCHRONOUS, nullptr, XMLPlatformUtils::fgMemoryManager));
         if (!parser) return nullptr;
         MemoryParseErrors errors;
-        parser->getDomConfig()->setParameter(XMLUni::fgDOMErrorHandler, &errors);
+        MemoryEntityResolver resolver(CXercesIO::GetDtdDirectory());
+        DOMConfiguration* config = parser->getDomConfig();
+        config->setParameter(XMLUni::fgDOMErrorHandler, &errors);
+        config->setParameter(XMLUni::fgDOMResourceResolver, &resolver);
+        config->setParameter(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+        config->setParameter(XMLUni::fgXercesSecurityManager,
+                             classxml::entity_policy::ExpansionLimit());
 
         MemBufInputSource source(bytes, byteCount, "prodInfo", false);
         DOMDocument* document = nullptr;
@@ -53,9 +90,9 @@ DOMDocument* ParseMemory(const XMLByte* bytes, XMLSize_t byteCount, const XMLCh*
             input->setEncoding(encoding);
             document = parser->parse(input.get());
         }
-        // The handler lives on this stack frame; the parser may live on with its document.
-        parser->getDomConfig()->setParameter(XMLUni::fgDOMErrorHandler,
-                                             static_cast<const void*>(nullptr));
+        // Handler and resolver live on this stack frame; the parser may live on with its document.
+        config->setParameter(XMLUni::fgDOMErrorHandler, static_cast<const void*>(nullptr));
+        config->setParameter(XMLUni::fgDOMResourceResolver, static_cast<const void*>(nullptr));
         if (!document || errors.sawErrors) return nullptr;
         return classxml::document_registry::Register(
             document, boost::make_shared<CXercesIO::CDocumentProperties>(
@@ -79,6 +116,8 @@ CXercesIO::DOMDocument* CXercesIO::ParseFile(const View& path) {
     parser->setCreateEntityReferenceNodes(true);
     parser->setErrorHandler(reporter.get());
     parser->setEntityResolver(resolver.get());
+    parser->setDisableDefaultEntityResolution(true); // what the resolver refuses stays unread
+    parser->setSecurityManager(classxml::entity_policy::ExpansionLimit());
     try {
         parser->parse(Terminated(path));
     } catch (const XMLException&) {

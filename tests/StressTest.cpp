@@ -1,0 +1,83 @@
+// Many threads using the library at once, each with its own handles, and releasing shared
+// documents concurrently: afterwards every document has been released exactly once.
+#include <atomic>
+#include <barrier>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/Engine.h"
+#include "xmlio/XercesIO.h"
+
+namespace {
+
+using Handle = CXMLClassReaderWriter;
+using classxml::testing::SaveUtf8;
+
+constexpr int kThreads = 6;
+constexpr int kRounds = 60;
+
+Handle NewHandle(bool typeCheck) {
+    return Handle(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, typeCheck);
+}
+
+// One round of everything a thread does with its own documents; false when any step fails.
+bool OneRound(int thread, int round) {
+    Handle writer = NewHandle(round % 2 == 0);
+    if (!writer.CreateDocument(WIDE("Root"), {}, {})) return false;
+    Handle item = writer.CreateClass(WIDE("Item"), WIDE("i"));
+    item.AddintProperty(WIDE("thread"), WIDE("int"), thread);
+    item.AdddoubleProperty(WIDE("round"), WIDE("double"), round + 0.5);
+    Handle values = item.AddVECTORProperty(WIDE("values"), WIDE("int"));
+    for (int k = 0; k < 20; ++k)
+        values.AddintVECTORProperty(WIDE("v"), WIDE("int"), k);
+    const std::string xml = SaveUtf8(writer);
+    writer.ReleaseDocument();
+
+    Handle reader = NewHandle(round % 2 == 0);
+    if (!reader.ReadFromString(CBasicStringView<char>(xml))) return false;
+    int readThread = -1;
+    double readRound = 0;
+    Handle member = reader.GetFirstSubElement(WIDE("Item")).GetFirstSubElement();
+    const bool read =
+        member.GetintProperty(WIDE("thread"), WIDE("int"), readThread) &&
+        member.GetNextElement().GetdoubleProperty(WIDE("round"), WIDE("double"), readRound);
+    const bool same = SaveUtf8(reader) == xml;
+    reader.ReleaseDocument();
+    return read && same && readThread == thread && readRound == round + 0.5;
+}
+
+class StressTest : public classxml::testing::EngineTest {};
+
+TEST_F(StressTest, ThreadsWorkTheirOwnDocumentsAndReleaseSharedOnesOnce) {
+    const std::size_t before = CXercesIO::GetDocumentCount();
+    std::atomic<int> failures{0};
+    std::atomic<int> sharedReleases{0};
+    std::vector<xercesc::DOMDocument*> shared(kRounds);
+    std::barrier sync(kThreads, [&]() noexcept {}); // every round starts together
+    {
+        CXercesIO io;
+        for (auto& document : shared)
+            document = io.CreateDocument({}, {}, WIDE("Shared"));
+    }
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            CXercesIO io;
+            for (int round = 0; round < kRounds; ++round) {
+                sync.arrive_and_wait();
+                if (!OneRound(t, round)) ++failures;
+                // All threads release the round's shared document; one of them succeeds.
+                sharedReleases += io.ReleaseDocument(shared[std::size_t(round)]) ? 1 : 0;
+            }
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(sharedReleases, kRounds);
+    EXPECT_EQ(CXercesIO::GetDocumentCount(), before); // nothing left registered
+}
+
+} // namespace

@@ -1,0 +1,129 @@
+// What a document can make the parsers do: no network connection, no file outside the DTD
+// directory, no unbounded entity expansion, whether read from a file or from memory.
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <gtest/gtest.h>
+
+#include "support/Engine.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using Handle = CXMLClassReaderWriter;
+using boost::asio::ip::tcp;
+using classxml::testing::SaveUtf8;
+using classxml::testing::WidePath;
+using classxml::testing::WriteFile;
+
+class UntrustedDocumentTest : public classxml::testing::EngineTest {
+protected:
+    void SetUp() override {
+        WriteFile(dir / "dtd" / "root.dtd", "");
+        std::filesystem::create_directories(dir / "dtd");
+        WriteFile(dir / "dtd" / "root.dtd", "<!ELEMENT a ANY>\n<!ATTLIST a kind CDATA 'default'>\n"
+                                            "<!ENTITY served SYSTEM 'served.txt'>\n");
+        WriteFile(dir / "dtd" / "served.txt", "served text");
+        WriteFile(dir / "secret.txt", "SECRET");
+        Handle::SetDtdDirectory(WidePath(dir / "dtd"), Handle::XMLIOTYPE_XERCES);
+    }
+    void TearDown() override {
+        Handle::SetDtdDirectory(CBasicString<WideChar>(), Handle::XMLIOTYPE_XERCES);
+    }
+
+    // The document's text, read from memory and from a file, or "" when it is refused.
+    std::string FromMemory(const std::string& xml) {
+        Handle handle = NewHandle();
+        std::string text;
+        if (handle.ReadFromString(CBasicStringView<char>(xml))) text = SaveUtf8(handle, false);
+        handle.ReleaseDocument();
+        return text;
+    }
+    std::string FromFile(const std::string& xml) {
+        WriteFile(dir / "doc.xml", xml);
+        Handle handle = NewHandle();
+        std::string text;
+        testing::internal::CaptureStderr();
+        if (handle.ReadFromFile(WidePath(dir / "doc.xml"))) text = SaveUtf8(handle, false);
+        testing::internal::GetCapturedStderr();
+        handle.ReleaseDocument();
+        return text;
+    }
+
+    classxml::testing::TempDir dir;
+};
+
+TEST_F(UntrustedDocumentTest, NoNetworkConnectionForAUrlSystemId) {
+    boost::asio::io_context io;
+    tcp::acceptor listener(io, tcp::endpoint(boost::asio::ip::address_v4::loopback(), 0));
+    const std::string url =
+        "http://127.0.0.1:" + std::to_string(listener.local_endpoint().port()) + "/x.dtd";
+    const std::string xml = "<!DOCTYPE a SYSTEM \"" + url + "\"><a/>";
+    EXPECT_EQ(FromMemory(xml), "");
+    EXPECT_EQ(FromFile(xml), "");
+    EXPECT_EQ(FromMemory("<!DOCTYPE a [<!ENTITY e SYSTEM \"" + url + "\">]><a>&e;</a>"), "");
+
+    // A connection would be waiting in the listener's backlog by now.
+    listener.non_blocking(true);
+    tcp::socket socket(io);
+    boost::system::error_code error;
+    listener.accept(socket, error);
+    EXPECT_EQ(error, boost::asio::error::would_block) << "the parser opened a connection";
+}
+
+TEST_F(UntrustedDocumentTest, ExternalEntitiesOutsideTheDtdDirectoryAreRefused) {
+    const std::string secret = (dir / "secret.txt").string();
+    for (const std::string& id : {"file://" + secret, secret, std::string("../secret.txt"),
+                                  std::string("sub/../../secret.txt")}) {
+        const std::string xml = "<!DOCTYPE a [<!ENTITY x SYSTEM \"" + id + "\">]><a>&x;</a>";
+        EXPECT_EQ(FromMemory(xml), "") << id;
+        EXPECT_EQ(FromFile(xml), "") << id;
+    }
+}
+
+// The DTD and the entity it declares come from the directory: the document is accepted and
+// has the DTD's default attribute (entity references stay references in the DOM).
+TEST_F(UntrustedDocumentTest, EntitiesTheDtdDirectoryServesAreRead) {
+    const std::string xml = "<!DOCTYPE a SYSTEM \"root.dtd\"><a>&served;</a>";
+    WriteFile(dir / "doc.xml", xml);
+    Handle file = NewHandle();
+    Handle memory = NewHandle();
+    ASSERT_TRUE(file.ReadFromFile(WidePath(dir / "doc.xml")));
+    ASSERT_TRUE(memory.ReadFromString(CBasicStringView<char>(xml)));
+    EXPECT_EQ(file.GetAttributeValue(WIDE("kind")), Handle::View(WIDE("default")));
+    EXPECT_EQ(memory.GetAttributeValue(WIDE("kind")), Handle::View(WIDE("default")));
+    EXPECT_EQ(SaveUtf8(memory, false), "<a>&served;</a>");
+    file.ReleaseDocument();
+    memory.ReleaseDocument();
+}
+
+TEST_F(UntrustedDocumentTest, NestedEntityExpansionIsCut) {
+    std::string laughs = "<!DOCTYPE a [<!ENTITY l0 \"ha\">";
+    for (int level = 1; level <= 10; ++level)
+        laughs += "<!ENTITY l" + std::to_string(level) + " \"" + [&] {
+            std::string refs;
+            for (int i = 0; i < 10; ++i)
+                refs += "&l" + std::to_string(level - 1) + ";";
+            return refs;
+        }() + "\">";
+    laughs += "]><a>&l10;</a>"; // 10^10 expansions: the parse would not come back without a cut
+    EXPECT_EQ(FromMemory(laughs), "");
+    EXPECT_EQ(FromFile(laughs), "");
+
+    std::string many = "<a>"; // ordinary documents use far more predefined entities than that
+    for (int i = 0; i < 200000; ++i)
+        many += "&amp;";
+    EXPECT_EQ(FromMemory(many + "</a>").size(), many.size() + 4);
+}
+
+TEST_F(UntrustedDocumentTest, DocumentsWithADoctypeReadBackFromMemory) {
+    for (const WideChar* dtd : {WIDE("absent.dtd"), WIDE("root.dtd")}) {
+        Handle writer = NewHandle();
+        ASSERT_TRUE(writer.CreateDocument(WIDE("a"), {}, dtd));
+        writer.AddAttributeValue(WIDE("kind"), WIDE("set"));
+        const std::string xml = SaveUtf8(writer);
+        writer.ReleaseDocument();
+        EXPECT_NE(FromMemory(xml), "") << xml;
+    }
+}
+
+} // namespace
