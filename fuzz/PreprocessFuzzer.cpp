@@ -44,3 +44,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fs::remove(entry.path());
     return 0;
 }
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) { return 0; }

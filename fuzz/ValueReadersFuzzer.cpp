@@ -39,21 +39,26 @@ Number ModelInteger(const Text& text) {
         negative = text[i] == '-';
         ++i;
     }
-    // 128 bits hold any 64-bit value; past 2^65 the value is out of range anyway.
-    unsigned __int128 magnitude = 0;
+    // All the digits, in 64 bits; anything beyond is out of every type's range.
+    std::uint64_t magnitude = 0;
+    bool beyond64Bits = false;
     std::size_t digits = 0;
     for (; i < text.size(); ++i, ++digits) {
         const unsigned low = static_cast<std::uint16_t>(text[i]) & 0xFF;
         if (low < '0' || low > '9') break;
-        magnitude = magnitude * 10 + (low - '0');
-        if (magnitude > (unsigned __int128)std::numeric_limits<std::uint64_t>::max() * 2) break;
+        const std::uint64_t digit = low - '0';
+        if (magnitude > (std::numeric_limits<std::uint64_t>::max() - digit) / 10)
+            beyond64Bits = true;
+        magnitude = magnitude * 10 + digit;
     }
-    if (digits == 0) return 0;
-    const __int128 value =
-        negative ? -static_cast<__int128>(magnitude) : static_cast<__int128>(magnitude);
-    if (value < std::numeric_limits<Number>::min() || value > std::numeric_limits<Number>::max())
-        return 0;
-    return static_cast<Number>(value);
+    if (digits == 0 || beyond64Bits) return 0;
+    using Limits = std::numeric_limits<Number>;
+    if (!negative) return magnitude > std::uint64_t(Limits::max()) ? 0 : Number(magnitude);
+    // The most negative value's magnitude is one more than the largest value.
+    const std::uint64_t mostNegative = std::uint64_t(Limits::max()) + 1;
+    if (magnitude > mostNegative) return 0;
+    return magnitude == mostNegative ? Limits::min()
+                                     : Number(-static_cast<std::int64_t>(magnitude));
 }
 
 // Doubles: strtod on the ASCII prefix, minus what the general format does not take: leading
