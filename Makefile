@@ -9,8 +9,9 @@ PACKAGES := cmake ninja-build g++ pkg-config libxerces-c-dev libboost-dev libtbb
 # Only the targets that need them install these.
 MEMCHECK_PACKAGES := valgrind
 FUZZ_PACKAGES := clang libclang-rt-14-dev
+WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix wine64 wine dpkg-dev
 
-.PHONY: deps install-packages build demo test asan memcheck fuzz bench clean
+.PHONY: deps install-packages build demo test asan memcheck fuzz windows bench clean
 
 deps:
 	@$(MAKE) --no-print-directory install-packages LIST="$(PACKAGES)"
@@ -66,6 +67,15 @@ fuzz: deps
 	    grep -E "DONE|stat::number_of_executed_units" build/fuzz/$$t.log; \
 	    if [ $$status -ne 0 ]; then tail -n 60 build/fuzz/$$t.log; exit 1; fi; \
 	done
+
+# The same sources as a Windows DLL, tested under Wine. Xerces-C, oneTBB and GoogleTest are
+# cross-built once into build/windows-deps.
+windows: deps
+	@$(MAKE) --no-print-directory install-packages LIST="$(WINDOWS_PACKAGES)"
+	cmake/windows/build-dependencies.sh build/windows-deps
+	cmake --preset windows
+	cmake --build --preset windows
+	cmake/windows/run-tests.sh build/windows build/windows-deps/prefix
 
 bench: deps
 	cmake --preset bench

@@ -11,8 +11,13 @@ CBasicStringView<char8_t> AsUtf8(CBasicStringView<char> narrow) {
     return {reinterpret_cast<const char8_t*>(narrow.data()), narrow.size()};
 }
 
+// On POSIX the process code page is UTF-8; on Windows it is the ANSI code page.
 NarrowEncoding Resolved(NarrowEncoding encoding) {
+#if defined(_WIN32)
+    return encoding;
+#else
     return encoding == NarrowEncoding::ProcessDefault ? NarrowEncoding::Utf8 : encoding;
+#endif
 }
 
 } // namespace
@@ -26,7 +31,11 @@ void AppendNarrowToWide(CBasicStringView<char> narrow, NarrowEncoding encoding,
             out.push_back(static_cast<unsigned char>(byte));
         return;
     }
-    AppendUtf8ToUtf16(AsUtf8(narrow), out); // the process default is UTF-8 here
+    if (Resolved(encoding) == NarrowEncoding::ProcessDefault) {
+        out += NarrowToWide(narrow);
+        return;
+    }
+    AppendUtf8ToUtf16(AsUtf8(narrow), out);
 }
 
 void AppendWideToNarrow(CBasicStringView<WideChar> wide, NarrowEncoding encoding,
@@ -36,6 +45,10 @@ void AppendWideToNarrow(CBasicStringView<WideChar> wide, NarrowEncoding encoding
             const auto value = static_cast<std::uint16_t>(unit);
             out.push_back(value < 0x100 ? static_cast<char>(value) : '?');
         }
+        return;
+    }
+    if (Resolved(encoding) == NarrowEncoding::ProcessDefault) {
+        out += WideToNarrow(wide);
         return;
     }
     CBasicString<char8_t> utf8;

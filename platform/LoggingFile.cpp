@@ -49,9 +49,11 @@ void CLoggingFile::LogError(const CBasicString<WideChar>& text, const LoggingSou
 
 void CLoggingFile::WriteLine(const std::string& kind, const LoggingSourcePos& position,
                              const CBasicString<WideChar>& text) {
+    // UTF-8 on every platform: a log must not lose characters the ANSI code page lacks.
+    const CBasicString<char8_t> utf8 = classxml::platform::Utf16ToUtf8(text);
     const std::string line = UtcTimeText() + " [" + kind + "] " + position.sourceFile + ":" +
                              std::to_string(position.line) + " (" + position.signature + ") " +
-                             classxml::platform::WideToNarrow(text) + "\n";
+                             std::string(utf8.begin(), utf8.end()) + "\n";
     const std::lock_guard lock(m_mutex);
     if (!m_file.is_open()) return;
     m_file << line;

@@ -7,8 +7,8 @@
 #include "platform/Export.h"
 #include "platform/LoggingSourcePos.h"
 
-// The application's logging object. This one appends one line per entry to a log file:
-// UTC time, kind and levels, source position, text. Entries whose level is above the logging
+// The application's logging object. This one appends one line per entry to a log file, in
+// UTF-8: UTC time, kind and levels, source position, text. Entries whose level is above the logging
 // level are dropped; errors are always written. Applications may derive and log elsewhere.
 class CLASSXML_API CLoggingFile {
 public:

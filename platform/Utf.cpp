@@ -2,7 +2,12 @@
 
 #include <cstdint>
 
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
 namespace classxml::platform {
+
 namespace {
 
 constexpr char16_t kReplacement = 0xFFFD;
@@ -28,6 +33,9 @@ constexpr LeadByte Classify(std::uint8_t b) {
 
 } // namespace
 
+// One converter for UTF-8 on every platform: the system's converters differ between Windows
+// versions (and Wine) in how many U+FFFD they make of ill-formed input, and the same bytes must
+// become the same text everywhere.
 void AppendUtf8ToUtf16(CBasicStringView<char8_t> utf8, CBasicString<WideChar>& out) {
     const auto* in = reinterpret_cast<const std::uint8_t*>(utf8.data());
     const std::size_t n = utf8.size();
@@ -69,12 +77,6 @@ void AppendUtf8ToUtf16(CBasicStringView<char8_t> utf8, CBasicString<WideChar>& o
     out.resize(static_cast<std::size_t>(dst - out.data()));
 }
 
-CBasicString<WideChar> Utf8ToUtf16(CBasicStringView<char8_t> utf8) {
-    CBasicString<WideChar> out;
-    AppendUtf8ToUtf16(utf8, out);
-    return out;
-}
-
 void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, CBasicString<char8_t>& out) {
     const std::size_t n = utf16.size();
     const std::size_t start = out.size();
@@ -112,12 +114,33 @@ void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, CBasicString<char8_t>& 
     out.resize(static_cast<std::size_t>(reinterpret_cast<char8_t*>(dst) - out.data()));
 }
 
-CBasicString<char8_t> Utf16ToUtf8(CBasicStringView<WideChar> utf16) {
-    CBasicString<char8_t> out;
-    AppendUtf16ToUtf8(utf16, out);
-    return out;
+#if defined(_WIN32)
+
+// The ANSI code page: the system's conversion is the only one that knows it. Characters it
+// cannot hold become its default character.
+CBasicString<WideChar> NarrowToWide(CBasicStringView<char> narrow) {
+    CBasicString<WideChar> wide;
+    if (narrow.empty()) return wide;
+    const int count = MultiByteToWideChar(CP_ACP, 0, narrow.data(), int(narrow.size()), nullptr, 0);
+    wide.resize(std::size_t(count));
+    MultiByteToWideChar(CP_ACP, 0, narrow.data(), int(narrow.size()), wide.data(), count);
+    return wide;
 }
 
+CBasicString<char> WideToNarrow(CBasicStringView<WideChar> wide) {
+    CBasicString<char> narrow;
+    if (wide.empty()) return narrow;
+    const int count =
+        WideCharToMultiByte(CP_ACP, 0, wide.data(), int(wide.size()), nullptr, 0, nullptr, nullptr);
+    narrow.resize(std::size_t(count));
+    WideCharToMultiByte(CP_ACP, 0, wide.data(), int(wide.size()), narrow.data(), count, nullptr,
+                        nullptr);
+    return narrow;
+}
+
+#else
+
+// The process code page is UTF-8.
 CBasicString<WideChar> NarrowToWide(CBasicStringView<char> narrow) {
     return Utf8ToUtf16({reinterpret_cast<const char8_t*>(narrow.data()), narrow.size()});
 }
@@ -125,6 +148,20 @@ CBasicString<WideChar> NarrowToWide(CBasicStringView<char> narrow) {
 CBasicString<char> WideToNarrow(CBasicStringView<WideChar> wide) {
     CBasicString<char8_t> utf8 = Utf16ToUtf8(wide);
     return {reinterpret_cast<const char*>(utf8.data()), utf8.size()};
+}
+
+#endif
+
+CBasicString<WideChar> Utf8ToUtf16(CBasicStringView<char8_t> utf8) {
+    CBasicString<WideChar> out;
+    AppendUtf8ToUtf16(utf8, out);
+    return out;
+}
+
+CBasicString<char8_t> Utf16ToUtf8(CBasicStringView<WideChar> utf16) {
+    CBasicString<char8_t> out;
+    AppendUtf16ToUtf8(utf16, out);
+    return out;
 }
 
 } // namespace classxml::platform

@@ -16,7 +16,7 @@ CLASSXML_API CBasicString<char8_t> Utf16ToUtf8(CBasicStringView<WideChar> utf16)
 CLASSXML_API void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, CBasicString<char8_t>& out);
 
 // The process's narrow code page: UTF-8 on POSIX, the ANSI code page on Windows. Used for
-// narrow file names, narrow text files in the default code page, and standard error.
+// narrow file names, narrow text files in the default code page, messages and standard error.
 CLASSXML_API CBasicString<WideChar> NarrowToWide(CBasicStringView<char> narrow);
 CLASSXML_API CBasicString<char> WideToNarrow(CBasicStringView<WideChar> wide);
 

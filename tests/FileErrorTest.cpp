@@ -47,8 +47,9 @@ TEST(FileError, RecordIsThrownOrFilledInPlace) {
         EXPECT_EQ(error.GetFilePath(), path);
         EXPECT_EQ(error.GetOperationName(), WIDE("Write"));
         EXPECT_EQ(error.GetSourcePos().sourceFile, "FileErrorTest");
+        // The message is in the process code page: UTF-8 on POSIX, ANSI on Windows.
         EXPECT_EQ(std::string(error.what()),
-                  "File exception for: /some/p\xC3\xA4th.txt error was: not enough space.");
+                  "File exception for: " + WideToNarrow(path) + " error was: not enough space.");
     }
     CBasicFileException destination;
     EXPECT_EQ(destination.GetErrorCode(), -1);

@@ -92,7 +92,12 @@ std::vector<Case> EveryMember() {
         ALL_FIVE(VALUE_CASE, UINT, UINT, 4294967295u),
         ALL_FIVE(VALUE_CASE, DWORD, DWORD, 123456u),
         VALUE_CASE(Ulong, Ulong, std::uint32_t, 99u),
-        ALL_FIVE(VALUE_CASE, __int64, std::int64_t, std::numeric_limits<std::int64_t>::min()),
+        // Spelled out: on Windows __int64 is a macro, which ALL_FIVE would expand.
+        VALUE_CASE(__int64, __int64, std::int64_t, std::numeric_limits<std::int64_t>::min()),
+        VALUE_CASE(__int64LIST, __int64LIST, std::int64_t, -2),
+        VALUE_CASE(__int64SET, __int64SET, std::int64_t, -3),
+        VALUE_CASE(__int64VECTOR, __int64VECTOR, std::int64_t, 4),
+        VALUE_CASE(__int64MAP, __int64MAP, std::int64_t, std::numeric_limits<std::int64_t>::max()),
         ALL_FIVE(VALUE_CASE, time_t, std::int64_t, 1700000000123),
         VALUE_CASE(DWORD64, DWORD64, DWORD64, std::numeric_limits<DWORD64>::max()),
         VALUE_CASE(DWORD64MAP, DWORD64, DWORD64, 5u),

@@ -19,37 +19,37 @@ protected:
 };
 
 TEST_F(XercesIOTest, NameSearchesMatchExactlyAndInOrder) {
-    Child(u"Items");
-    Child(u"item");
-    DOMElement* first = Child(u"Item");
-    Child(u"Other");
-    DOMElement* second = Child(u"Item");
+    Child(WIDE("Items"));
+    Child(WIDE("item"));
+    DOMElement* first = Child(WIDE("Item"));
+    Child(WIDE("Other"));
+    DOMElement* second = Child(WIDE("Item"));
 
     EXPECT_EQ(io.FindFirstChildElement(root, WIDE("Item")), first);
     EXPECT_EQ(io.FindNextSiblingElement(first, WIDE("Item")), second);
     EXPECT_EQ(io.FindNextSiblingElement(second, WIDE("Item")), nullptr);
     EXPECT_EQ(io.FindFirstChildElement(root, WIDE("Ite")), nullptr);
     EXPECT_EQ(io.FindFirstChildElement(root, View()), nullptr);
-    EXPECT_EQ(io.GetNextSiblingElement(first)->getTagName(), CBasicString<WideChar>(u"Other"));
+    EXPECT_EQ(io.GetNextSiblingElement(first)->getTagName(), CBasicString<WideChar>(WIDE("Other")));
     EXPECT_EQ(io.FindFirstChildElement(nullptr, WIDE("Item")), nullptr);
 }
 
 TEST_F(XercesIOTest, ContentExpandsLineFeedsOfTextOnlyAndSkipsOtherNodes) {
-    DOMElement* element = Child(u"e");
-    element->appendChild(document->createTextNode(u"a\nb"));
-    element->appendChild(document->createCDATASection(u"c\nd"));
-    DOMElement* grandChild = document->createElement(u"g");
-    grandChild->appendChild(document->createTextNode(u"skipped"));
+    DOMElement* element = Child(WIDE("e"));
+    element->appendChild(document->createTextNode(WIDE("a\nb")));
+    element->appendChild(document->createCDATASection(WIDE("c\nd")));
+    DOMElement* grandChild = document->createElement(WIDE("g"));
+    grandChild->appendChild(document->createTextNode(WIDE("skipped")));
     element->appendChild(grandChild);
-    element->appendChild(document->createComment(u"skipped too"));
-    element->appendChild(document->createTextNode(u"\n"));
+    element->appendChild(document->createComment(WIDE("skipped too")));
+    element->appendChild(document->createTextNode(WIDE("\n")));
 
     EXPECT_EQ(io.GetContent(element), CBasicString<WideChar>(WIDE("a\r\nbc\nd\r\n")));
     EXPECT_EQ(io.GetContent(grandChild), CBasicString<WideChar>(WIDE("skipped")));
 }
 
 TEST_F(XercesIOTest, AppendsRefuseNullAndSelf) {
-    DOMElement* element = Child(u"e");
+    DOMElement* element = Child(WIDE("e"));
     EXPECT_FALSE(io.AppendChildElement(document, element, element));
     EXPECT_EQ(element->getFirstChild(), nullptr);
     EXPECT_FALSE(io.AppendChildElement(document, nullptr, element));
@@ -93,9 +93,9 @@ TEST_F(XercesIOTest, AttributesMissingReadAsEmpty) {
 }
 
 TEST_F(XercesIOTest, ReplaceAndRemoveOnlyTouchRealChildren) {
-    DOMElement* child = Child(u"child");
-    DOMElement* stranger = document->createElement(u"stranger");
-    DOMElement* replacement = document->createElement(u"replacement");
+    DOMElement* child = Child(WIDE("child"));
+    DOMElement* stranger = document->createElement(WIDE("stranger"));
+    DOMElement* replacement = document->createElement(WIDE("replacement"));
 
     EXPECT_EQ(io.ReplaceChildElement(root, stranger, replacement), nullptr);
     EXPECT_EQ(io.ReplaceChildElement(root, child, nullptr), nullptr);
@@ -118,7 +118,7 @@ TEST_F(XercesIOTest, InvalidNamesRaiseTheDomException) {
 
 // Serialises with the split-CDATA setting on and parses the text back.
 CBasicString<WideChar> SaveAndReadContent(DOMDocument* document) {
-    auto* implementation = DOMImplementationRegistry::getDOMImplementation(u"LS");
+    auto* implementation = DOMImplementationRegistry::getDOMImplementation(WIDE("LS"));
     DOMLSSerializer* serializer = implementation->createLSSerializer();
     serializer->getDomConfig()->setParameter(XMLUni::fgDOMWRTSplitCdataSections, true);
     DOMLSOutput* output = implementation->createLSOutput();
@@ -139,7 +139,7 @@ CBasicString<WideChar> SaveAndReadContent(DOMDocument* document) {
 TEST_F(XercesIOTest, CdataHoldingTheEndMarkerSurvivesSaveAndRead) {
     for (const View text : {View(WIDE("x]]>y")), View(WIDE("]]>]]>")), View(WIDE("a]]")),
                             View(WIDE("]]]>>")), View(WIDE("plain"))}) {
-        DOMElement* element = Child(u"c");
+        DOMElement* element = Child(WIDE("c"));
         ASSERT_TRUE(io.AppendCDATAContent(document, element, text));
         EXPECT_EQ(io.GetContent(element), text);
         EXPECT_EQ(SaveAndReadContent(document), text);

@@ -16,13 +16,13 @@ protected:
     static void TearDownTestSuite() { xercesc::XMLPlatformUtils::Terminate(); }
 
     void SetUp() override {
-        auto* implementation = xercesc::DOMImplementationRegistry::getDOMImplementation(u"Core");
-        document = implementation->createDocument(nullptr, u"root", nullptr);
+        auto* implementation = xercesc::DOMImplementationRegistry::getDOMImplementation(WIDE("Core"));
+        document = implementation->createDocument(nullptr, WIDE("root"), nullptr);
         root = document->getDocumentElement();
     }
     void TearDown() override { document->release(); }
 
-    xercesc::DOMElement* Child(const char16_t* name) {
+    xercesc::DOMElement* Child(const XMLCh* name) {
         auto* element = document->createElement(name);
         root->appendChild(element);
         return element;
