@@ -10,10 +10,9 @@
 #include <benchmark/benchmark.h>
 
 #include "BenchmarkRatios.h"
+#include "PlainFiles.h"
 #include "basicio/VFile.h"
-#include "platform/FileIO.h"
 #include "platform/ProcessMemory.h"
-#include "platform/Utf.h"
 
 namespace {
 
@@ -22,9 +21,7 @@ constexpr std::size_t kFileBytes = std::size_t(256) << 20;
 constexpr std::size_t kBlock = std::size_t(1) << 20;
 
 std::filesystem::path g_directory;
-CBasicString<WideChar> Path(const char* name) {
-    return platform::Utf8ToUtf16((g_directory / name).u8string());
-}
+CBasicString<WideChar> Path(const char* name) { return classxml::bench::Wide(g_directory / name); }
 
 // Base64-like lines: letters, digits, '+', '/', line breaks; the searched text never occurs.
 void WriteSample() {
@@ -40,44 +37,14 @@ void WriteSample() {
     std::fclose(file);
 }
 
-int OpenPlain(const char* name, bool write) {
-    platform::OpenOptions options;
-    options.access =
-        write ? platform::OpenOptions::Access::Write : platform::OpenOptions::Access::Read;
-    options.create = options.truncate = write;
-    int error = 0;
-    return platform::OpenFile(Path(name), options, error);
-}
-
 void PlainRead(benchmark::State& state) {
-    std::vector<char> block(kBlock);
-    for (auto _ : state) {
-        const int descriptor = OpenPlain("sample.txt", false);
-        int error = 0;
-        std::int64_t offset = 0;
-        for (std::int64_t got; (got = platform::ReadFileAt(descriptor, offset, block.data(),
-                                                           block.size(), error)) > 0;)
-            offset += got;
-        platform::CloseFile(descriptor);
-        benchmark::DoNotOptimize(offset);
-    }
+    for (auto _ : state)
+        benchmark::DoNotOptimize(classxml::bench::ReadPlain(g_directory / "sample.txt"));
 }
 
 void PlainCopy(benchmark::State& state) {
-    std::vector<char> block(kBlock);
-    for (auto _ : state) {
-        const int source = OpenPlain("sample.txt", false);
-        const int target = OpenPlain("copy-plain.txt", true);
-        int error = 0;
-        std::int64_t offset = 0;
-        for (std::int64_t got;
-             (got = platform::ReadFileAt(source, offset, block.data(), block.size(), error)) > 0;) {
-            platform::WriteFileAt(target, offset, block.data(), static_cast<std::size_t>(got));
-            offset += got;
-        }
-        platform::CloseFile(source);
-        platform::CloseFile(target);
-    }
+    for (auto _ : state)
+        classxml::bench::CopyPlain(g_directory / "sample.txt", g_directory / "copy-plain.txt");
 }
 
 template <bool CaseSensitive>

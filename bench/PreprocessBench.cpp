@@ -9,10 +9,9 @@
 #include <benchmark/benchmark.h>
 
 #include "BenchmarkRatios.h"
+#include "PlainFiles.h"
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "platform/FileIO.h"
 #include "platform/ProcessMemory.h"
-#include "platform/Utf.h"
 
 namespace {
 
@@ -23,7 +22,8 @@ constexpr std::size_t kMiB = std::size_t(1) << 20;
 
 fs::path g_directory;
 
-CBasicString<WideChar> Wide(const fs::path& path) { return platform::Utf8ToUtf16(path.u8string()); }
+using classxml::bench::CopyPlain;
+using classxml::bench::Wide;
 
 // A class-XML document with `blocks` transport elements of `blockMiB` MiB of base64 each.
 void WriteDocument(const fs::path& path, int blocks, std::size_t blockMiB) {
@@ -48,30 +48,6 @@ void WriteDocument(const fs::path& path, int blocks, std::size_t blockMiB) {
 void RemoveSideFiles() {
     for (const auto& entry : fs::directory_iterator(g_directory))
         if (entry.path().extension() == ".base64") fs::remove(entry.path());
-}
-
-int OpenPlain(const fs::path& path, bool write) {
-    platform::OpenOptions options;
-    options.access =
-        write ? platform::OpenOptions::Access::Write : platform::OpenOptions::Access::Read;
-    options.create = options.truncate = write;
-    int error = 0;
-    return platform::OpenFile(Wide(path), options, error);
-}
-
-void CopyPlain(const fs::path& from, const fs::path& to) {
-    std::vector<char> block(kMiB);
-    const int source = OpenPlain(from, false);
-    const int target = OpenPlain(to, true);
-    int error = 0;
-    std::int64_t offset = 0;
-    for (std::int64_t got;
-         (got = platform::ReadFileAt(source, offset, block.data(), block.size(), error)) > 0;) {
-        platform::WriteFileAt(target, offset, block.data(), static_cast<std::size_t>(got));
-        offset += got;
-    }
-    platform::CloseFile(source);
-    platform::CloseFile(target);
 }
 
 void PlainCopy(benchmark::State& state) {

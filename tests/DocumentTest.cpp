@@ -1,8 +1,5 @@
 // Creating, reading, validating, saving and releasing documents through the handle.
-#include <atomic>
 #include <filesystem>
-#include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <xercesc/dom/DOMException.hpp>
@@ -230,40 +227,7 @@ TEST_F(DocumentTest, ReleasingTwiceAnswersFalseTheSecondTime) {
     EXPECT_FALSE(io.ReleaseDocument(nullptr));
 }
 
-TEST_F(DocumentTest, ThreadsCreateParseSaveAndReleaseAtOnce) {
-    std::atomic<int> failures{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&failures, t] {
-            for (int round = 0; round < 50; ++round) {
-                Handle created = NewHandle();
-                Handle parsed = NewHandle();
-                const std::string xml = "<t" + std::to_string(t) + "/>";
-                const bool ok = created.CreateDocument(WIDE("r"), {}, {}) &&
-                                parsed.ReadFromString(CBasicStringView<char>(xml)) &&
-                                SaveUtf8(parsed, false) == xml && !SaveUtf8(created).empty();
-                if (!ok) ++failures;
-                created.ReleaseDocument();
-                parsed.ReleaseDocument();
-            }
-        });
-    }
-    for (auto& thread : threads)
-        thread.join();
-    EXPECT_EQ(failures, 0);
-}
-
-TEST_F(DocumentTest, ConcurrentReleasesOfOneDocumentSucceedExactlyOnce) {
-    for (int round = 0; round < 100; ++round) {
-        CXercesIO io;
-        xercesc::DOMDocument* document = io.CreateDocument({}, {}, WIDE("shared"));
-        std::atomic<int> released{0};
-        std::thread first([&] { released += CXercesIO().ReleaseDocument(document); });
-        std::thread second([&] { released += CXercesIO().ReleaseDocument(document); });
-        first.join();
-        second.join();
-        ASSERT_EQ(released, 1);
-    }
-}
+// Concurrent creation, parsing, saving and releasing, and concurrent releases of one
+// document, are exercised by StressTest.
 
 } // namespace

@@ -142,18 +142,6 @@ TEST_F(ElementsTest, ReplaceAndDeleteMissesFailQuietly) {
     EXPECT_EQ(Xml(), "<Root/>");
 }
 
-TEST_F(ElementsTest, HandlesWithoutBackEndFailQuietly) {
-    Handle none(log, Handle::XMLIOTYPE_NONE, true);
-    EXPECT_FALSE(none.CreateClass(WIDE("c")).IsDefined());
-    EXPECT_EQ(none.CreateClass(WIDE("c")).GetLoggingFile(), log);
-    EXPECT_FALSE(none.AddElementAttributesContent(WIDE("e"), {}, WIDE("x")).IsDefined());
-    EXPECT_FALSE(none.AddAttributeValue(WIDE("a"), WIDE("b")));
-    EXPECT_FALSE(none.InsertContent(WIDE("x")));
-    EXPECT_FALSE(none.InsertSubDocument(root));
-    EXPECT_FALSE(none.DeleteFirstSubElement(WIDE("e")));
-    EXPECT_FALSE(none.ReplaceSubElement(root, root).IsDefined());
-}
-
 TEST(AttributeMap, KeepsNamesUniqueAndAscending) {
     CAttributeMap map;
     EXPECT_TRUE(map.insert({WIDE("vartype"), WIDE("1")}).second);

@@ -14,27 +14,14 @@ using classxml::testing::WriteFile;
 
 const LoggingSourcePos kHere{"FileErrorTest", 1, "", ""};
 
+// The two mappings that look wrong and are kept on purpose, and the fallbacks.
 TEST(FileError, NumbersMapToCodesAndFixedTexts) {
-    const std::pair<int, const char*> table[] = {
-        {13, "couldn't access the file."},
-        {17, "the file does not exist."},
-        {22, "the parameters are invalid."},
-        {24, "error with the file handle."},
-        {2, "wasn't abled to find the File."},
-        {9, "the handle is invalid."},
-        {28, "not enough space."},
-        {12, "ran out of memory."},
-        {5, "undefined Error."},
-        {0, "undefined Error."},
-    };
-    int expectedCode = 0;
-    for (const auto& [number, text] : table) {
-        const int code = CBasicFileException::ErrorCodeFor(number);
-        EXPECT_EQ(code, std::min(expectedCode++, 8)) << number;
-        EXPECT_STREQ(CBasicFileException::TextFor(code), text);
-    }
+    EXPECT_EQ(CBasicFileException::ErrorCodeFor(17), 1); // "already exists"...
+    EXPECT_STREQ(CBasicFileException::TextFor(1), "the file does not exist."); // ...reads so
+    EXPECT_STREQ(CBasicFileException::TextFor(4), "wasn't abled to find the File.");
+    EXPECT_EQ(CBasicFileException::ErrorCodeFor(5), 8);
+    EXPECT_STREQ(CBasicFileException::TextFor(8), "undefined Error.");
     EXPECT_STREQ(CBasicFileException::TextFor(9), "undefined default Error.");
-    EXPECT_STREQ(CBasicFileException::TextFor(-1), "undefined default Error.");
 }
 
 TEST(FileError, RecordIsThrownOrFilledInPlace) {

@@ -63,12 +63,17 @@ TEST_F(HandleTest, ProtectedConstructorsCopyEvenFromRvalues) {
     EXPECT_EQ(withoutBackEnd.GetXmlIO(), nullptr);
 }
 
+// Without a back end every operation fails quietly, with no exception.
 TEST_F(HandleTest, OtherBackEndTypesHaveNoBackEnd) {
-    HandleProbe probe(boost::shared_ptr<CLoggingFile>(log), nullptr, nullptr, false);
-    EXPECT_EQ(probe.GetXmlIO(), nullptr);
-    const Handle none(log, Handle::XMLIOTYPE_NONE, true);
+    Handle none(log, Handle::XMLIOTYPE_NONE, true);
     EXPECT_FALSE(none.IsDefined());
     EXPECT_EQ(none.GetLoggingFile(), log);
+    EXPECT_FALSE(none.CreateDocument(WIDE("r"), {}, {}));
+    EXPECT_FALSE(none.CreateClass(WIDE("c")).IsDefined());
+    EXPECT_EQ(none.CreateClass(WIDE("c")).GetLoggingFile(), log);
+    EXPECT_FALSE(none.AddAttributeValue(WIDE("a"), WIDE("b")));
+    EXPECT_FALSE(none.DeleteFirstSubElement(WIDE("e")));
+    EXPECT_TRUE(none.GetContent().empty());
 }
 
 TEST_F(HandleTest, CopiesShareBackEndDocumentAndElement) {

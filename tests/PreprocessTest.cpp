@@ -159,16 +159,6 @@ TEST_F(PreprocessTest, APathWithoutDirectoryWorksInTheCurrentDirectory) {
               "<FileTransport><fileContent>" + name + "</fileContent></FileTransport>");
 }
 
-TEST_F(PreprocessTest, UnicodeDocumentsKeepTheirText) {
-    WriteFile(dir / "doc.xml", "\xC3\xA9<FileTransport a=\"\xE2\x82\xAC\"><fileContent>QUJD"
-                               "</fileContent></FileTransport>\xF0\x9F\x98\x80");
-    EXPECT_TRUE(Preprocess(dir / "doc.xml"));
-    const std::string side = *SideFiles().begin();
-    EXPECT_EQ(ReadFile(dir / "doc.xml"), "\xC3\xA9<FileTransport a=\"\xE2\x82\xAC\"><fileContent>" +
-                                             side +
-                                             "</fileContent></FileTransport>\xF0\x9F\x98\x80");
-}
-
 // Files with zero to four transport elements, blocks of random sizes (also empty, also with
 // line breaks) and text around them: the rewritten file with every side-file path replaced by
 // that file's content is the original, and each side file holds exactly its block.
