@@ -13,11 +13,12 @@ CEntityResolver::CEntityResolver(CBasicString<WideChar> dtdDirectory)
 
 CEntityResolver::~CEntityResolver() = default;
 
+// A refused entity gets no input source; with default resolution disabled, the parser then
+// reads nothing for it and reports the entity as one it could not open.
 xercesc::InputSource* CEntityResolver::resolveEntity(const XMLCh* const,
                                                      const XMLCh* const systemId) {
-    const CBasicStringView<WideChar> id = ViewOf(systemId);
-    CBasicString<WideChar> path;
-    if (!m_dtdDirectory.empty() && !id.starts_with(m_dtdDirectory)) path = m_dtdDirectory;
-    path.append(id);
-    return new xercesc::LocalFileInputSource(Terminated(path));
+    const auto path =
+        classxml::entity_policy::ResolveInDtdDirectory(ViewOf(systemId), m_dtdDirectory);
+    if (!path) return nullptr;
+    return new xercesc::LocalFileInputSource(Terminated(*path));
 }
