@@ -2,7 +2,6 @@
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 #include "basicio/VFile.h"
-#include "xmlio/XMLIO.h"
 
 namespace {
 
@@ -17,7 +16,7 @@ CXMLClassReaderWriter::AddFileContentProperty(const CBasicString<WideChar>& name
                                               const CBasicString<WideChar>& filePath) {
     try {
         CVFile file;
-        file.Open(filePath, 0x0804);
+        file.Open(filePath, CVFile::kReadExisting);
         CXMLClassReaderWriter element = AddElementAttributesContent(name, PropertyAttributes(type));
         CBasicString<WideChar> slice;
         for (std::int64_t from = 0;;) {
@@ -26,9 +25,7 @@ CXMLClassReaderWriter::AddFileContentProperty(const CBasicString<WideChar>& name
             if (to <= from) to = from + kSliceCharacters;
             file.GetStringFromFile(slice, FILE_CHAR_POS(from), FILE_CHAR_POS(to));
             if (slice.empty()) break;
-            if (element.msp_xmlIO)
-                element.msp_xmlIO->AppendTextContent(element.mp_document, element.mp_element,
-                                                     slice);
+            element.InsertContent(slice);
             from = to;
         }
         return element;

@@ -18,15 +18,6 @@ constexpr View kTransportEnd = WIDE("</FileTransport");
 // "</FileTransport" and the character that closes it, taken to be ">" without looking.
 constexpr std::int64_t kTransportEndLength = 16;
 
-constexpr unsigned kReadExisting = 0x0804;
-constexpr unsigned kCreateForWriting = 0x0811;
-
-// The path up to and including its last '\' or '/'; empty without one.
-CBasicString<WideChar> DirectoryPart(const View& path) {
-    const std::size_t separator = path.find_last_of(WIDE("\\/"));
-    return CBasicString<WideChar>(separator == View::npos ? View() : path.substr(0, separator + 1));
-}
-
 } // namespace
 
 int CXMLClassReaderWriter::DeleteFileLogged(const View& path,
@@ -82,12 +73,14 @@ bool CXMLClassReaderWriter::PreprocessReading(
     const boost::shared_ptr<CLoggingFile>& logging) {
     try {
         CVFile input;
-        input.Open(path, kReadExisting);
+        input.Open(path, CVFile::kReadExisting);
         const auto find = [&](View text, std::int64_t start) {
             return input.FindStringPositionInFile(text, localization, true, FILE_CHAR_POS(start))
                 .get();
         };
-        const CBasicString<WideChar> directory = DirectoryPart(path);
+        // Side files and the rewritten document go next to the input.
+        const CBasicString<WideChar> directory(
+            path.substr(0, path.size() - input.GetFileName().size()));
         CVFile rewritten;
         CBasicString<WideChar> rewrittenPath;
         CBasicString<WideChar> documentUuid; // stays empty when no UUID can be made
@@ -114,13 +107,13 @@ bool CXMLClassReaderWriter::PreprocessReading(
             if (rewrittenPath.empty()) {
                 classxml::platform::NewUuidText(documentUuid);
                 rewrittenPath = directory + documentUuid + WIDE(".xml");
-                rewritten.Open(rewrittenPath, kCreateForWriting);
+                rewritten.Open(rewrittenPath, CVFile::kCreateForWriting);
             }
             classxml::platform::NewUuidText(sideUuid);
             const CBasicString<WideChar> sidePath = directory + sideUuid + WIDE(".base64");
             {
                 CVFile side; // a side file that cannot be written ends the call: see above
-                side.Open(sidePath, kCreateForWriting);
+                side.Open(sidePath, CVFile::kCreateForWriting);
                 side.AppendFileContent(input, FILE_CHAR_POS(tagEnd + 1), FILE_CHAR_POS(contentEnd));
                 side.Close();
             }

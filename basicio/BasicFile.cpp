@@ -9,19 +9,15 @@
 
 #include "basicio/BasicFileException.h"
 #include "basicio/TextSearch.h"
-#include "platform/LowerCase.h"
 
+using classxml::basicio::IsBlank;
+using classxml::basicio::LowerCase;
 using classxml::basicio::TextSearcher;
 namespace platform = classxml::platform;
 
 namespace {
 
 constexpr std::size_t kMinimumBufferSize = 4096;
-
-template <class Char>
-bool IsBlank(Char unit) {
-    return unit == Char(' ') || unit == Char('\r') || unit == Char('\n') || unit == Char('\t');
-}
 
 void SwapBytes(char*, std::size_t) {}
 void SwapBytes(WideChar* units, std::size_t count) {
@@ -30,9 +26,6 @@ void SwapBytes(WideChar* units, std::size_t count) {
         units[i] = static_cast<WideChar>((unit >> 8) | (unit << 8));
     }
 }
-
-void LowerCase(char* units, std::size_t count) { platform::ToLowerAscii(units, count); }
-void LowerCase(WideChar* units, std::size_t count) { platform::ToLower(units, count); }
 
 } // namespace
 
@@ -133,13 +126,17 @@ void CBasicFile<Char>::WriteBack() {
 }
 
 template <class Char>
+void CBasicFile<Char>::AllocateBuffer(const WideChar* operation) {
+    if (m_buffer) return;
+    m_bufferCapacity = m_maxBufferSize;
+    m_buffer.reset(new (std::nothrow) char[m_bufferCapacity]);
+    if (!m_buffer) Fail(ENOMEM, operation);
+}
+
+template <class Char>
 void CBasicFile<Char>::Load(std::int64_t offset) {
     WriteBack();
-    if (!m_buffer) {
-        m_bufferCapacity = m_maxBufferSize;
-        m_buffer.reset(new (std::nothrow) char[m_bufferCapacity]);
-        if (!m_buffer) Fail(ENOMEM, WIDE("Read"));
-    }
+    AllocateBuffer(WIDE("Read"));
     int error = 0;
     const std::int64_t got =
         platform::ReadFileAt(m_descriptor, offset, m_buffer.get(), m_bufferCapacity, error);
@@ -207,11 +204,7 @@ void CBasicFile<Char>::Write(const void* data, std::size_t bytes) {
             if (const int error = platform::WriteFileAt(m_descriptor, m_position, data, bytes))
                 Fail(error, WIDE("Write"));
         } else {
-            if (!m_buffer) {
-                m_bufferCapacity = m_maxBufferSize;
-                m_buffer.reset(new (std::nothrow) char[m_bufferCapacity]);
-                if (!m_buffer) Fail(ENOMEM, WIDE("Write"));
-            }
+            AllocateBuffer(WIDE("Write"));
             std::memcpy(m_buffer.get(), data, bytes);
             m_bufferOffset = m_position;
             m_bufferLength = bytes;
@@ -271,6 +264,29 @@ bool CBasicFile<Char>::CharAt(std::int64_t position, Char& unit) {
     return true;
 }
 
+// The needle as the windows will be compared, with a buffer that holds a whole match with room
+// to move on.
+template <class Char>
+CBasicString<Char> CBasicFile<Char>::PrepareSearch(CBasicStringView<Char> text,
+                                                   bool caseSensitive) {
+    CBasicString<Char> needle(text);
+    if (!caseSensitive) LowerCase(needle.data(), needle.size());
+    SetMaxBufferSize(std::max(m_maxBufferSize, 4 * needle.size() * sizeof(Char)));
+    return needle;
+}
+
+// The window in the host's byte order and, without case sensitivity, lower-cased: the window
+// itself when that changes nothing, else a copy in the scratch space.
+template <class Char>
+CBasicStringView<Char> CBasicFile<Char>::Comparable(CBasicStringView<Char> window,
+                                                    bool caseSensitive) {
+    if (!Swapped() && caseSensitive) return window;
+    m_scratch.assign(window.begin(), window.end());
+    if (Swapped()) SwapBytes(m_scratch.data(), m_scratch.size());
+    if (!caseSensitive) LowerCase(m_scratch.data(), m_scratch.size());
+    return {m_scratch.data(), m_scratch.size()};
+}
+
 template <class Char>
 std::int64_t CBasicFile<Char>::Find(CBasicStringView<Char> text, bool caseSensitive,
                                     std::int64_t start) {
@@ -278,22 +294,12 @@ std::int64_t CBasicFile<Char>::Find(CBasicStringView<Char> text, bool caseSensit
     const std::int64_t size = SizeInCharacters();
     if (start > size) return -1;
     if (text.empty()) return start;
-    CBasicString<Char> needle(text);
-    if (!caseSensitive) LowerCase(needle.data(), needle.size());
+    const CBasicString<Char> needle = PrepareSearch(text, caseSensitive);
     const TextSearcher<Char> searcher(needle);
-    // A window must hold a whole match with room to move on.
-    SetMaxBufferSize(std::max(m_maxBufferSize, 4 * needle.size() * sizeof(Char)));
-    const bool transform = Swapped() || !caseSensitive;
     for (std::int64_t position = start;;) {
-        CBasicStringView<Char> window = Window(position, needle.size());
+        const CBasicStringView<Char> window = Window(position, needle.size());
         if (window.size() < needle.size()) return -1;
-        if (transform) {
-            m_scratch.assign(window.begin(), window.end());
-            if (Swapped()) SwapBytes(m_scratch.data(), m_scratch.size());
-            if (!caseSensitive) LowerCase(m_scratch.data(), m_scratch.size());
-            window = {m_scratch.data(), m_scratch.size()};
-        }
-        const std::size_t found = searcher.FindIn(window);
+        const std::size_t found = searcher.FindIn(Comparable(window, caseSensitive));
         if (found != TextSearcher<Char>::npos) return position + std::int64_t(found);
         if (position + std::int64_t(window.size()) >= size) return -1;
         position += std::int64_t(window.size() - (needle.size() - 1)); // overlap across borders
@@ -308,20 +314,14 @@ std::int64_t CBasicFile<Char>::FindReverse(CBasicStringView<Char> text, bool cas
     if (start < 0 || start > size - length) start = size - length;
     if (start < 0) return -1;
     if (length == 0) return start;
-    CBasicString<Char> needle(text);
-    if (!caseSensitive) LowerCase(needle.data(), needle.size());
-    SetMaxBufferSize(std::max(m_maxBufferSize, 4 * needle.size() * sizeof(Char)));
+    const CBasicString<Char> needle = PrepareSearch(text, caseSensitive);
     const auto span = std::int64_t(m_maxBufferSize / sizeof(Char));
     // Windows [low, high) from the end backwards, overlapping by length - 1.
     for (std::int64_t high = start + length;;) {
         const std::int64_t low = std::max<std::int64_t>(0, high - span);
-        CBasicStringView<Char> window = Window(low, std::size_t(high - low));
-        window = window.substr(0, std::size_t(high - low));
-        m_scratch.assign(window.begin(), window.end());
-        if (Swapped()) SwapBytes(m_scratch.data(), m_scratch.size());
-        if (!caseSensitive) LowerCase(m_scratch.data(), m_scratch.size());
-        const std::size_t found =
-            CBasicStringView<Char>(m_scratch.data(), m_scratch.size()).rfind(needle);
+        const CBasicStringView<Char> window =
+            Window(low, std::size_t(high - low)).substr(0, std::size_t(high - low));
+        const std::size_t found = Comparable(window, caseSensitive).rfind(needle);
         if (found != CBasicStringView<Char>::npos) return low + std::int64_t(found);
         if (low == 0) return -1;
         high = low + length - 1;

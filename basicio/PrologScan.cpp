@@ -1,9 +1,10 @@
 // CVFile: simple scans of an XML file's opening. They read characters and never parse.
+#include "basicio/TextSearch.h"
 #include "basicio/VFile.h"
 
-namespace {
+using classxml::basicio::IsBlank;
 
-bool IsBlank(WideChar unit) { return unit == ' ' || unit == '\r' || unit == '\n' || unit == '\t'; }
+namespace {
 
 bool IsNameCharacter(WideChar unit) {
     return (unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z') ||

@@ -5,8 +5,20 @@
 #include <cstring>
 
 #include "BasicString.h"
+#include "platform/LowerCase.h"
 
 namespace classxml::basicio {
+
+// Blanks are space, carriage return, line feed and tab, nothing else.
+template <class Char>
+constexpr bool IsBlank(Char unit) {
+    return unit == Char(' ') || unit == Char('\r') || unit == Char('\n') || unit == Char('\t');
+}
+
+// Lower-casing for comparisons without case: ASCII letters in narrow text (whatever its code
+// page), the simple Unicode mapping in UTF-16.
+inline void LowerCase(char* units, std::size_t count) { platform::ToLowerAscii(units, count); }
+inline void LowerCase(WideChar* units, std::size_t count) { platform::ToLower(units, count); }
 
 // Finds a needle in blocks of text, fast where it matters: markup searched in large files whose
 // content rarely holds the needle's first character.

@@ -9,43 +9,25 @@ namespace platform = classxml::platform;
 
 namespace {
 
-// The library's open-flag word, bit by bit.
-enum OpenFlag : unsigned int {
-    kCreate = 0x0001,
-    kKeepContent = 0x0002,
-    kRead = 0x0004,
-    kReadWrite = 0x0008,
-    kWrite = 0x0010,
-    kNoInherit = 0x0020,
-    kShareDenyNone = 0x0040,
-    kShareDenyRead = 0x0080,
-    kShareDenyWrite = 0x0100,
-    kShareExclusive = 0x0200,
-    kText = 0x0400,
-    kShortLived = 0x1000,
-    kTemporary = 0x2000,
-    kCreateNew = 0x4000,
-};
-
 platform::OpenOptions OptionsFor(unsigned int flags) {
     using Options = platform::OpenOptions;
     Options options;
-    options.access = flags & kReadWrite ? Options::Access::ReadWrite
-                     : flags & kWrite   ? Options::Access::Write
-                                        : Options::Access::Read;
-    options.share = flags & kShareDenyNone    ? Options::Share::DenyNone
-                    : flags & kShareDenyRead  ? Options::Share::DenyRead
-                    : flags & kShareDenyWrite ? Options::Share::DenyWrite
-                    : flags & kShareExclusive ? Options::Share::DenyReadWrite
-                                              : Options::Share::DenyNone;
-    options.create = (flags & (kCreate | kCreateNew)) != 0;
-    options.exclusive = (flags & kCreateNew) != 0;
-    options.truncate = (flags & (kKeepContent | kRead | kReadWrite)) == 0;
-    options.noInherit = (flags & kNoInherit) != 0;
-    options.text = (flags & kText) != 0; // binary otherwise
-    options.shortLived = options.create && (flags & kShortLived);
-    options.temporary = options.create && (flags & kTemporary);
-    options.writablePermission = (flags & (kReadWrite | kWrite)) != 0;
+    options.access = flags & CVFile::kReadWrite ? Options::Access::ReadWrite
+                     : flags & CVFile::kWrite   ? Options::Access::Write
+                                                : Options::Access::Read;
+    options.share = flags & CVFile::kShareDenyNone    ? Options::Share::DenyNone
+                    : flags & CVFile::kShareDenyRead  ? Options::Share::DenyRead
+                    : flags & CVFile::kShareDenyWrite ? Options::Share::DenyWrite
+                    : flags & CVFile::kShareExclusive ? Options::Share::DenyReadWrite
+                                                      : Options::Share::DenyNone;
+    options.create = (flags & (CVFile::kCreate | CVFile::kCreateNew)) != 0;
+    options.exclusive = (flags & CVFile::kCreateNew) != 0;
+    options.truncate = (flags & (CVFile::kKeepContent | CVFile::kRead | CVFile::kReadWrite)) == 0;
+    options.noInherit = (flags & CVFile::kNoInherit) != 0;
+    options.text = (flags & CVFile::kText) != 0; // binary otherwise
+    options.shortLived = options.create && (flags & CVFile::kShortLived);
+    options.temporary = options.create && (flags & CVFile::kTemporary);
+    options.writablePermission = (flags & (CVFile::kReadWrite | CVFile::kWrite)) != 0;
     return options;
 }
 

@@ -29,15 +29,30 @@ public:
     CVFile& operator=(const CVFile&) = delete;
 
     // ---- Opening ---------------------------------------------------------------------------
-    // The open-flag word:
-    //   0x0001 create              0x0002 keep content      0x0004 read
-    //   0x0008 read and write      0x0010 write             0x0020 not inherited
-    //   0x0040 share: deny none    0x0080 deny read         0x0100 deny write
-    //   0x0200 exclusive           0x0400 text              0x0800 binary (also without 0x0400)
-    //   0x1000 short-lived         0x2000 temporary         0x4000 create new (fails if it exists)
-    // Without 0x0002, 0x0004 and 0x0008 the file is truncated. A file opened with a read bit is
-    // UTF-16 when it starts with FF FE or FE FF and narrow otherwise; without a read bit it is
-    // UTF-16 when `wide` is true (a new one gets the mark of `byteOrder`, little-endian by
+    // The bits of the open-flag word.
+    enum OpenFlag : unsigned int {
+        kCreate = 0x0001,
+        kKeepContent = 0x0002,
+        kRead = 0x0004,
+        kReadWrite = 0x0008,
+        kWrite = 0x0010,
+        kNoInherit = 0x0020,
+        kShareDenyNone = 0x0040,
+        kShareDenyRead = 0x0080,
+        kShareDenyWrite = 0x0100,
+        kShareExclusive = 0x0200,
+        kText = 0x0400,
+        kBinary = 0x0800, // also without kText
+        kShortLived = 0x1000,
+        kTemporary = 0x2000,
+        kCreateNew = 0x4000, // fails when the file exists
+    };
+    // An existing file read as binary, and a file created (or truncated) for binary writing.
+    static constexpr unsigned int kReadExisting = kRead | kBinary;
+    static constexpr unsigned int kCreateForWriting = kCreate | kWrite | kBinary;
+    // Without kKeepContent, kRead and kReadWrite the file is truncated. A file opened with a read
+    // bit is UTF-16 when it starts with FF FE or FE FF and narrow otherwise; without a read bit it
+    // is UTF-16 when `wide` is true (a new one gets the mark of `byteOrder`, little-endian by
     // default). Closes a file still open first. Non-zero on success; on failure the error is
     // thrown, or stored in `error` with 0 returned.
     virtual int Open(const CBasicString<WideChar>& path, unsigned int flags,

@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <type_traits>
 
+#include "basicio/TextSearch.h"
 #include "basicio/VFile.h"
 #include "platform/CodePage.h"
-#include "platform/LowerCase.h"
 
 namespace classxml::basicio {
 
@@ -53,9 +53,6 @@ inline void AppendAsWide(const CBasicFile<WideChar>&, CBasicStringView<WideChar>
                          CBasicString<WideChar>& out) {
     out.append(text);
 }
-
-inline void LowerCase(char* units, std::size_t count) { platform::ToLowerAscii(units, count); }
-inline void LowerCase(WideChar* units, std::size_t count) { platform::ToLower(units, count); }
 
 // The length of the longest prefix of `units` that does not end inside a character: a UTF-8
 // sequence or a surrogate pair that the next block completes stays for that block.

@@ -6,11 +6,6 @@ using namespace classxml::basicio;
 
 namespace {
 
-template <class Char>
-bool IsBlank(Char unit) {
-    return unit == Char(' ') || unit == Char('\r') || unit == Char('\n') || unit == Char('\t');
-}
-
 // `text` (in the file's units) stands at [position, position + size).
 template <class Char>
 bool Matches(CBasicFile<Char>& file, std::int64_t position, CBasicString<Char> text,

@@ -1,4 +1,5 @@
 // CVFile: reading text out of a file and copying characters between files.
+#include <algorithm>
 #include <vector>
 
 #include "basicio/VFile.h"
@@ -10,15 +11,18 @@ namespace platform = classxml::platform;
 
 namespace {
 
-// Copies go through blocks of this size, so memory stays flat whatever the file's size.
+// Copies go through blocks of at most this size, so memory stays flat whatever the file's size.
 constexpr std::size_t kBlockBytes = std::size_t(1) << 20;
 
-// Files of one width and encoding: the bytes are copied unchanged, straight from one file to
-// the other.
-template <class Char>
-void CopyBytes(CBasicFile<Char>& source, std::int64_t fromByte, std::int64_t toByte,
-               CBasicFile<Char>& target) {
-    std::vector<char> block(kBlockBytes);
+// The bytes [fromByte, toByte) of `source` (clipped to its end), unchanged, at the current
+// position of `target`; returns how many were copied.
+template <class Source, class Target>
+std::uint64_t CopyBytes(Source& source, std::int64_t fromByte, std::int64_t toByte,
+                        Target& target) {
+    toByte = std::min(toByte, source.LengthInBytes());
+    std::vector<char> block(
+        std::size_t(std::clamp<std::int64_t>(toByte - fromByte, 0, kBlockBytes)));
+    std::uint64_t copied = 0;
     for (std::int64_t offset = fromByte; offset < toByte;) {
         const auto wanted = static_cast<std::size_t>(
             std::min<std::int64_t>(toByte - offset, static_cast<std::int64_t>(block.size())));
@@ -26,7 +30,9 @@ void CopyBytes(CBasicFile<Char>& source, std::int64_t fromByte, std::int64_t toB
         if (got == 0) break;
         target.Write(block.data(), got);
         offset += static_cast<std::int64_t>(got);
+        copied += got;
     }
+    return copied;
 }
 
 bool SameUnits(const CBasicFile<char>& source, const CBasicFile<char>& target) {
@@ -111,21 +117,8 @@ std::uint64_t CVFile::AppendFileBuffer(const CVFile& source, std::uint64_t from,
         RequireValidRange(WIDE("AppendFileBuffer"), static_cast<std::int64_t>(from),
                           static_cast<std::int64_t>(to));
         return source.WithFile(WIDE("AppendFileBuffer"), [&](auto& input) {
-            const std::int64_t end = std::min(static_cast<std::int64_t>(to), input.LengthInBytes());
-            const std::int64_t start = static_cast<std::int64_t>(from);
-            if (start >= end) return std::uint64_t(0);
-            std::vector<char> block(kBlockBytes);
-            std::uint64_t copied = 0;
-            for (std::int64_t offset = start; offset < end;) {
-                const auto wanted = static_cast<std::size_t>(
-                    std::min<std::int64_t>(end - offset, std::int64_t(block.size())));
-                const std::size_t got = input.ReadAt(offset, block.data(), wanted);
-                if (got == 0) break;
-                target.Write(block.data(), got);
-                offset += std::int64_t(got);
-                copied += got;
-            }
-            return copied;
+            return CopyBytes(input, static_cast<std::int64_t>(from), static_cast<std::int64_t>(to),
+                             target);
         });
     });
 }

@@ -52,7 +52,7 @@ void Search(benchmark::State& state) {
     const boost::shared_ptr<LocalizationManager> localization;
     for (auto _ : state) {
         CVFile file;
-        file.Open(Path("sample.txt"), 0x0804);
+        file.Open(Path("sample.txt"), CVFile::kReadExisting);
         const FILE_CHAR_POS found =
             file.FindStringPositionInFile(CBasicStringView<WideChar>(WIDE("<FileTransport")),
                                           localization, CaseSensitive, FILE_CHAR_POS(0));
@@ -64,8 +64,8 @@ void AppendFileContent(benchmark::State& state) {
     for (auto _ : state) {
         CVFile source;
         CVFile target;
-        source.Open(Path("sample.txt"), 0x0804);
-        target.Open(Path("copy-vfile.txt"), 0x0811);
+        source.Open(Path("sample.txt"), CVFile::kReadExisting);
+        target.Open(Path("copy-vfile.txt"), CVFile::kCreateForWriting);
         target.AppendFileContent(source, FILE_CHAR_POS(0),
                                  FILE_CHAR_POS(std::int64_t(source.GetSizeInCharacters().get())));
         target.Close();

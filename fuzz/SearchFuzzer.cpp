@@ -74,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         out << content;
     }
     CVFile file;
-    file.Open(classxml::fuzz::Wide(path), 0x0804);
+    file.Open(classxml::fuzz::Wide(path), CVFile::kReadExisting);
     file.SetMaxBufferSize(bufferSize);
     if (wide) {
         FUZZ_CHECK(file.IsWide());

@@ -116,8 +116,11 @@ private:
     // ends sooner; empty at the end. Valid until the next operation on the file.
     CBasicStringView<Char> Window(std::int64_t position, std::size_t minimum);
     bool Swapped() const;
+    void AllocateBuffer(const WideChar* operation);
     void Load(std::int64_t offset);
     void WriteBack();
+    CBasicString<Char> PrepareSearch(CBasicStringView<Char> text, bool caseSensitive);
+    CBasicStringView<Char> Comparable(CBasicStringView<Char> window, bool caseSensitive);
     [[noreturn]] void Fail(int errorNumber, const WideChar* operation) const;
 
     int m_descriptor = -1;

@@ -3,6 +3,7 @@
 // The subcommands of the classxml program. Each returns the exit code: 0 success, 1 the file
 // is invalid or the operation failed (after one line on standard error naming the file).
 #include <filesystem>
+#include <set>
 #include <string>
 
 #include "BasicString.h"
@@ -19,6 +20,8 @@ CBasicString<WideChar> Wide(const std::filesystem::path& path);
 std::string Narrow(CBasicStringView<WideChar> text);
 // "classxml: <file>: <message>" on standard error; returns 1.
 int Fail(const std::filesystem::path& file, const std::string& message);
+// The base64 side files that pre-read extraction left in `directory`.
+std::set<std::filesystem::path> SideFiles(const std::filesystem::path& directory);
 // Fails unless `file` is a readable, non-empty regular file.
 bool CheckReadable(const std::filesystem::path& file);
 

@@ -17,6 +17,14 @@ int Fail(const std::filesystem::path& file, const std::string& message) {
     return 1;
 }
 
+std::set<std::filesystem::path> SideFiles(const std::filesystem::path& directory) {
+    std::set<std::filesystem::path> files;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, error))
+        if (entry.path().extension() == ".base64") files.insert(entry.path());
+    return files;
+}
+
 bool CheckReadable(const std::filesystem::path& file) {
     std::error_code error;
     if (!std::filesystem::exists(file, error)) return Fail(file, "no such file"), false;

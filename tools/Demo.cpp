@@ -49,10 +49,8 @@ int Demo(const std::filesystem::path& directory) {
     if (!valid) return Fail(xml, "not valid against sample.dtd");
     std::printf("2. validated it against sample.dtd\n");
 
-    std::set<std::filesystem::path> sides;
     const bool extracted = Handle::PreprocessReading(Wide(xml), nullptr, nullptr);
-    for (const auto& entry : std::filesystem::directory_iterator(directory))
-        if (entry.path().extension() == ".base64") sides.insert(entry.path());
+    const std::set<std::filesystem::path> sides = SideFiles(directory);
     if (!extracted || sides.empty()) return Fail(xml, "pre-processing found no attachment");
     std::printf("3. pre-processed it: %zu base64 block moved to %s (%ju bytes); the document is "
                 "now %ju bytes\n",

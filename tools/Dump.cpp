@@ -25,7 +25,7 @@ std::string OneLine(CBasicStringView<WideChar> text) {
     return line;
 }
 
-std::string Attribute(Handle& element, const WideChar* name) {
+std::string Attribute(Handle& element, Handle::View name) {
     return Narrow(element.GetAttributeValue(name));
 }
 
@@ -34,7 +34,7 @@ void Print(Handle& element, int depth) {
     const std::string indent(std::size_t(2 * depth), ' ');
     const std::string name = Narrow(element.GetElementName());
     Handle child = element.GetFirstSubElement();
-    const std::string keytype = Attribute(element, WIDE("keytype"));
+    const std::string keytype = Attribute(element, Handle::KEY_TYPE);
     if (!child.IsDefined() && keytype != "list" && keytype != "set" && keytype != "vector" &&
         keytype != "map") {
         const std::string value = OneLine(element.GetContent());
@@ -43,13 +43,13 @@ void Print(Handle& element, int depth) {
         return;
     }
     std::string description = name;
-    if (element.HasAttribute(WIDE("varname")))
-        description += " varname=\"" + Attribute(element, WIDE("varname")) + "\"";
+    if (element.HasAttribute(Handle::VAR_NAME))
+        description += " varname=\"" + Attribute(element, Handle::VAR_NAME) + "\"";
     if (keytype == "map")
-        description += " [map " + Attribute(element, WIDE("varkeytype")) + " -> " +
-                       Attribute(element, WIDE("vartype")) + "]";
+        description += " [map " + Attribute(element, Handle::VARKEY_TYPE) + " -> " +
+                       Attribute(element, Handle::VAR_TYPE) + "]";
     else if (!keytype.empty())
-        description += " [" + keytype + " of " + Attribute(element, WIDE("varkeytype")) + "]";
+        description += " [" + keytype + " of " + Attribute(element, Handle::VARKEY_TYPE) + "]";
     std::printf("%s%s\n", indent.c_str(), description.c_str());
     for (; child.IsDefined(); child = child.GetNextElement())
         Print(child, depth + 1);

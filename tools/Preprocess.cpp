@@ -1,22 +1,10 @@
 // classxml preprocess: moves the base64 blocks of a file into side files.
 #include <cstdio>
-#include <set>
 
 #include "Commands.h"
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 namespace classxml::tool {
-namespace {
-
-std::set<std::filesystem::path> SideFiles(const std::filesystem::path& directory) {
-    std::set<std::filesystem::path> files;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(directory, error))
-        if (entry.path().extension() == ".base64") files.insert(entry.path());
-    return files;
-}
-
-} // namespace
 
 int Preprocess(const std::filesystem::path& file) {
     if (!CheckReadable(file)) return 1;

@@ -18,7 +18,7 @@ int Validate(const std::filesystem::path& file, const std::filesystem::path& dtd
 
     CBasicString<WideChar> doctype;
     CVFile text;
-    text.Open(Wide(file), 0x0804);
+    text.Open(Wide(file), CVFile::kReadExisting);
     if (text.GetDocType(doctype).get() < 0) {
         std::printf("%s is well-formed; it names no DTD to validate against\n",
                     file.string().c_str());

@@ -28,23 +28,17 @@ DOMElement* FirstWithName(DOMElement* element, const CXMLIO::View& name) {
 
 // A CDATA section cannot hold "]]>". Debian's Xerces 3.2 serialiser, asked to split such a
 // section, drops those three characters, so the text is stored as consecutive sections cut
-// between "]]" and ">"; content reading joins them back to the same text.
+// between "]]" and ">"; content reading joins them back to the same text. `text` ends where
+// its zero-terminated storage ends, so only the cut pieces need copies.
 void AppendCDATASections(DOMDocument* document, DOMElement* element, CXMLIO::View text) {
     static constexpr CXMLIO::View kEndMarker = WIDE("]]>");
-    std::size_t end = text.find(kEndMarker);
-    if (end == CXMLIO::View::npos) {
-        element->appendChild(document->createCDATASection(Terminated(text)));
-        return;
-    }
     CBasicString<WideChar> piece;
-    while (end != CXMLIO::View::npos) {
+    for (std::size_t end; (end = text.find(kEndMarker)) != CXMLIO::View::npos;
+         text.remove_prefix(end + 2)) {
         piece.assign(text.substr(0, end + 2));
         element->appendChild(document->createCDATASection(Terminated(piece)));
-        text.remove_prefix(end + 2);
-        end = text.find(kEndMarker);
     }
-    piece.assign(text);
-    element->appendChild(document->createCDATASection(Terminated(piece)));
+    element->appendChild(document->createCDATASection(Terminated(text)));
 }
 
 } // namespace

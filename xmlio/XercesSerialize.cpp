@@ -1,8 +1,6 @@
 // Serialising documents and elements to files, byte strings and wide strings, always with the
 // same serialiser settings.
-#include <cstring>
 #include <memory>
-#include <optional>
 
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/framework/LocalFileFormatTarget.hpp>
@@ -10,6 +8,7 @@
 #include <xercesc/util/PlatformUtils.hpp>
 
 #include "xmlio/DOMPrintErrorHandler.h"
+#include "xmlio/XercesEngine.h"
 #include "xmlio/XercesIO.h"
 #include "xmlio/XercesText.h"
 
@@ -33,8 +32,7 @@ struct OutputRelease {
 class Serializer {
 public:
     explicit Serializer(const XMLCh* encoding) {
-        DOMImplementation* implementation =
-            DOMImplementationRegistry::getDOMImplementation(WIDE("LS"));
+        DOMImplementation* implementation = classxml::xerces_engine::Implementation();
         if (!implementation) return;
         m_serializer.reset(implementation->createLSSerializer(XMLPlatformUtils::fgMemoryManager));
         m_output.reset(implementation->createLSOutput(XMLPlatformUtils::fgMemoryManager));
@@ -64,76 +62,66 @@ private:
     std::unique_ptr<DOMLSOutput, OutputRelease> m_output;
 };
 
-// To a file when `path` is given, then to `out` when it is given. A file that cannot be
-// opened raises an XMLException, and the result stands as it was then (true): callers that
-// must know whether the file exists check it themselves.
-bool SerializeBytes(DOMNode* node, const CXMLIO::View& path, CBasicString<char8_t>* out) {
-    if (path.empty() && !out) return false;
+// Runs `write` on a serialiser for `encoding`. An XMLException leaves the result as it was when
+// it was raised: true once the serialiser exists. That is how a file that cannot be opened
+// answers, so callers that must know whether the file exists check it themselves.
+template <class Write>
+bool WithSerializer(const XMLCh* encoding, Write write) {
     bool result = false;
     try {
-        Serializer serializer(nullptr);
+        Serializer serializer(encoding);
         if (!serializer) return false;
         result = true;
-        if (!path.empty()) {
-            LocalFileFormatTarget file(Terminated(path));
-            result = serializer.Write(node, file);
-            if (!result) return false;
-        }
-        if (out) {
-            MemBufFormatTarget memory(kInitialBufferCapacity);
-            serializer.Write(node, memory);
-            const auto* bytes = reinterpret_cast<const char8_t*>(memory.getRawBuffer());
-            if (bytes)
-                out->assign(bytes, std::strlen(reinterpret_cast<const char*>(bytes)));
-            else
-                out->clear();
-            result = !out->empty();
-        }
+        result = write(serializer);
     } catch (const XMLException&) {
     }
     return result;
 }
 
-bool SerializeWide(DOMNode* node, CBasicString<WideChar>* out) {
-    if (!out) return false;
-    bool result = false;
-    try {
-        Serializer serializer(XMLUni::fgUTF16EncodingString);
-        if (!serializer) return false;
-        result = true;
+bool SerializeToFile(DOMNode* node, const CXMLIO::View& path) {
+    return !path.empty() && WithSerializer(nullptr, [&](Serializer& serializer) {
+        LocalFileFormatTarget file(Terminated(path));
+        return serializer.Write(node, file);
+    });
+}
+
+// Bytes in the document's own encoding (UTF-8 when it names none), or UTF-16 for WideChar; the
+// text ends at its first zero unit. True when it is not empty.
+template <class Char>
+bool SerializeToMemory(DOMNode* node, CBasicString<Char>& out) {
+    const XMLCh* encoding = sizeof(Char) == 1 ? nullptr : XMLUni::fgUTF16EncodingString;
+    return WithSerializer(encoding, [&](Serializer& serializer) {
         MemBufFormatTarget memory(kInitialBufferCapacity);
         serializer.Write(node, memory);
-        const auto* text = reinterpret_cast<const WideChar*>(memory.getRawBuffer());
+        const auto* text = reinterpret_cast<const Char*>(memory.getRawBuffer());
         if (text)
-            out->assign(text);
+            out.assign(text);
         else
-            out->clear();
-        result = !out->empty();
-    } catch (const XMLException&) {
-    }
-    return result;
+            out.clear();
+        return !out.empty();
+    });
 }
 
 } // namespace
 
 bool CXercesIO::SaveDocumentToFile(DOMDocument* document, const View& path) {
-    return document && SerializeBytes(document, path, nullptr);
+    return document && SerializeToFile(document, path);
 }
 
 bool CXercesIO::SaveDocumentToWideString(DOMDocument* document, CBasicString<WideChar>& out) {
-    return document && SerializeWide(document, &out);
+    return document && SerializeToMemory(document, out);
 }
 
 bool CXercesIO::SaveDocumentToUTF8String(DOMDocument* document, CBasicString<char8_t>& out) {
-    return document && SerializeBytes(document, View(), &out);
+    return document && SerializeToMemory(document, out);
 }
 
 bool CXercesIO::SaveElementToWideString(DOMDocument*, DOMElement* element,
                                         CBasicString<WideChar>& out) {
-    return element && SerializeWide(element, &out);
+    return element && SerializeToMemory(element, out);
 }
 
 bool CXercesIO::SaveElementToUTF8String(DOMDocument*, DOMElement* element,
                                         CBasicString<char8_t>& out) {
-    return element && SerializeBytes(element, View(), &out);
+    return element && SerializeToMemory(element, out);
 }
