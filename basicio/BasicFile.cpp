@@ -8,6 +8,7 @@
 #include <new>
 
 #include "basicio/BasicFileException.h"
+#include "basicio/CaseFolding.h"
 #include "basicio/TextSearch.h"
 
 using classxml::basicio::IsBlank;
@@ -287,9 +288,13 @@ CBasicStringView<Char> CBasicFile<Char>::Comparable(CBasicStringView<Char> windo
     return {m_scratch.data(), m_scratch.size()};
 }
 
+// Without case, narrow files are folded character by character in their encoding (see
+// CaseFolding.h); UTF-16 files code unit by code unit in the blocks themselves.
 template <class Char>
 std::int64_t CBasicFile<Char>::Find(CBasicStringView<Char> text, bool caseSensitive,
                                     std::int64_t start) {
+    if constexpr (sizeof(Char) == 1)
+        if (!caseSensitive) return classxml::basicio::FindFolded(*this, text, start);
     start = std::max<std::int64_t>(start, 0);
     const std::int64_t size = SizeInCharacters();
     if (start > size) return -1;
@@ -309,6 +314,8 @@ std::int64_t CBasicFile<Char>::Find(CBasicStringView<Char> text, bool caseSensit
 template <class Char>
 std::int64_t CBasicFile<Char>::FindReverse(CBasicStringView<Char> text, bool caseSensitive,
                                            std::int64_t start) {
+    if constexpr (sizeof(Char) == 1)
+        if (!caseSensitive) return classxml::basicio::FindFoldedReverse(*this, text, start);
     const std::int64_t size = SizeInCharacters();
     const auto length = std::int64_t(text.size());
     if (start < 0 || start > size - length) start = size - length;

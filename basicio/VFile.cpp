@@ -71,30 +71,40 @@ int CVFile::Open(CBasicString<WideChar>&& path, unsigned int flags, CBasicFileEx
         return 0;
     }
     m_path = std::move(path);
-    const platform::OpenOptions options = OptionsFor(flags);
-    const bool readable = (flags & (kRead | kReadWrite)) != 0;
     int errorNumber = 0;
-    if (!readable && wide) {
-        auto& file = m_file.emplace<CBasicFile<WideChar>>();
-        if (byteOrder == BasicFile::byteorder_unknown)
-            byteOrder = BasicFile::byteorder_little_endian;
-        errorNumber = file.Open(m_path, options, codePage, byteOrder);
-        if (errorNumber == 0 && file.LengthInBytes() == 0) WriteMark(file);
-    } else {
-        auto& file = m_file.emplace<CBasicFile<char>>();
-        errorNumber = file.Open(m_path, options, codePage, byteOrder);
-        const BasicFile::enum_byteOrder marked =
-            errorNumber == 0 && readable ? MarkedByteOrder(file) : BasicFile::byteorder_unknown;
-        if (marked != BasicFile::byteorder_unknown) {
-            const int descriptor = file.Detach();
-            errorNumber =
-                m_file.emplace<CBasicFile<WideChar>>().Attach(descriptor, m_path, codePage, marked);
-        }
+    try {
+        errorNumber = OpenFile(flags, wide, codePage, byteOrder);
+    } catch (const CBasicFileException& failure) { // a read or write of the byte-order mark
+        m_file.emplace<std::monostate>();
+        if (!error) throw;
+        *error = failure;
+        return 0;
     }
     if (errorNumber == 0) return 1;
     m_file.emplace<std::monostate>();
     RaiseFileError(m_path, errorNumber, WIDE("Open"), CLASSXML_SOURCE_POS("VFile"), error);
     return 0;
+}
+
+int CVFile::OpenFile(unsigned int flags, bool wide, BasicStringDef::enum_codepage codePage,
+                     BasicFile::enum_byteOrder byteOrder) {
+    const platform::OpenOptions options = OptionsFor(flags);
+    const bool readable = (flags & (kRead | kReadWrite)) != 0;
+    if (!readable && wide) {
+        auto& file = m_file.emplace<CBasicFile<WideChar>>();
+        if (byteOrder == BasicFile::byteorder_unknown)
+            byteOrder = BasicFile::byteorder_little_endian;
+        const int errorNumber = file.Open(m_path, options, codePage, byteOrder);
+        if (errorNumber == 0 && file.LengthInBytes() == 0) WriteMark(file);
+        return errorNumber;
+    }
+    auto& file = m_file.emplace<CBasicFile<char>>();
+    const int errorNumber = file.Open(m_path, options, codePage, byteOrder);
+    const BasicFile::enum_byteOrder marked =
+        errorNumber == 0 && readable ? MarkedByteOrder(file) : BasicFile::byteorder_unknown;
+    if (marked == BasicFile::byteorder_unknown) return errorNumber;
+    const int descriptor = file.Detach();
+    return m_file.emplace<CBasicFile<WideChar>>().Attach(descriptor, m_path, codePage, marked);
 }
 
 int CVFile::Open(const CBasicString<WideChar>& path, unsigned int flags, CBasicFileException* error,

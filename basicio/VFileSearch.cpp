@@ -1,4 +1,5 @@
 // CVFile: searching for texts and testing what stands at a position.
+#include "basicio/CaseFolding.h"
 #include "basicio/VFile.h"
 #include "basicio/VFileDetail.h"
 
@@ -6,11 +7,13 @@ using namespace classxml::basicio;
 
 namespace {
 
-// `text` (in the file's units) stands at [position, position + size).
+// `text` (in the file's units) stands at `position`.
 template <class Char>
 bool Matches(CBasicFile<Char>& file, std::int64_t position, CBasicString<Char> text,
              bool caseSensitive) {
     if (position < 0) return false;
+    if constexpr (sizeof(Char) == 1)
+        if (!caseSensitive) return StartsFolded(file, position, text);
     CBasicString<Char> found;
     file.ReadChars(position, position + std::int64_t(text.size()), found);
     if (!caseSensitive) {

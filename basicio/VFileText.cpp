@@ -99,6 +99,7 @@ FILE_CHAR_POS CVFile::AppendFileContent(const CVFile& source, FILE_CHAR_POS from
                                         FILE_CHAR_POS to) {
     return WithFile(WIDE("AppendFileContent"), [&](auto& target) {
         RequireValidRange(WIDE("AppendFileContent"), from.get(), to.get());
+        target.Seek(0, BasicFile::seek_end);
         source.WithFile(WIDE("AppendFileContent"),
                         [&](auto& input) { CopyCharacters(input, from.get(), to.get(), target); });
         using Char = typename std::decay_t<decltype(target)>::CharType;
@@ -108,7 +109,6 @@ FILE_CHAR_POS CVFile::AppendFileContent(const CVFile& source, FILE_CHAR_POS from
 
 FILE_CHAR_POS CVFile::AppendFileContentAtEndOfFile(const CVFile& source, FILE_CHAR_POS from,
                                                    FILE_CHAR_POS to) {
-    SeekToEnd();
     return AppendFileContent(source, from, to);
 }
 

@@ -9,32 +9,71 @@
 #include "FuzzSupport.h"
 #include "basicio/VFile.h"
 #include "platform/LowerCase.h"
+#include "platform/Utf.h"
 
 namespace {
 
 const boost::shared_ptr<LocalizationManager> kNoLocalization;
 
+// Text as a search without case compares it, with the place in the original of each unit:
+// UTF-16 unit by unit; UTF-8 character by character, a character's lower case sometimes
+// taking more or fewer bytes, and a byte that begins no character taken as it stands.
+template <class Char>
+std::vector<std::int64_t> Fold(std::basic_string<Char>& text) {
+    std::vector<std::int64_t> origin;
+    std::basic_string<Char> folded;
+    for (std::size_t i = 0; i < text.size();) {
+        if constexpr (sizeof(Char) == 2) {
+            folded.push_back(classxml::platform::ToLower(text[i]));
+            origin.push_back(std::int64_t(i++));
+            continue;
+        } else {
+            const std::string_view rest = std::string_view(text).substr(i);
+            char32_t point = 0;
+            std::size_t length = classxml::platform::DecodeUtf8(
+                {reinterpret_cast<const char8_t*>(rest.data()), rest.size()}, point);
+            char8_t lower[4] = {char8_t(rest[0])};
+            std::size_t lowerLength = 1;
+            if (point == 0xFFFD && !rest.starts_with("\xEF\xBF\xBD"))
+                length = 1;
+            else
+                lowerLength = classxml::platform::EncodeUtf8(
+                    point < 0x10000
+                        ? char32_t(std::uint16_t(classxml::platform::ToLower(WideChar(point))))
+                        : point,
+                    lower);
+            for (std::size_t k = 0; k < lowerLength; ++k) {
+                folded.push_back(char(lower[k]));
+                origin.push_back(std::int64_t(i + k));
+            }
+            i += length;
+        }
+    }
+    origin.push_back(std::int64_t(text.size()));
+    text = folded;
+    return origin;
+}
+
 // Every match, in order, through the file and through std::search: the same positions.
 template <class Char>
 void CheckSearches(CVFile& file, std::basic_string<Char> content, std::basic_string<Char> needle,
                    bool caseSensitive, std::int64_t offset) {
+    std::vector<std::int64_t> origin(content.size() + 1);
+    for (std::size_t i = 0; i < origin.size(); ++i)
+        origin[i] = std::int64_t(i);
     if (!caseSensitive) {
-        for (auto* text : {&content, &needle})
-            for (Char& unit : *text) {
-                if constexpr (sizeof(Char) == 1)
-                    classxml::platform::ToLowerAscii(&unit, 1);
-                else
-                    unit = classxml::platform::ToLower(unit);
-            }
+        origin = Fold(content);
+        Fold(needle);
     }
     std::int64_t start = 0;
     for (int found = 0; found < 64; ++found) {
-        const auto expected = std::search(
-            content.begin() + std::min<std::int64_t>(start, std::int64_t(content.size())),
-            content.end(), needle.begin(), needle.end());
+        auto from = content.begin();
+        while (from != content.end() && origin[std::size_t(from - content.begin())] < start)
+            ++from;
+        const auto expected = std::search(from, content.end(), needle.begin(), needle.end());
         const std::int64_t wanted = expected == content.end() && !needle.empty()
                                         ? -1
-                                        : (expected - content.begin()) + offset;
+                                        : origin[std::size_t(expected - content.begin())] + offset;
         const std::int64_t got =
             file.FindStringPositionInFile(CBasicStringView<Char>(needle.data(), needle.size()),
                                           kNoLocalization, caseSensitive,
@@ -46,7 +85,8 @@ void CheckSearches(CVFile& file, std::basic_string<Char> content, std::basic_str
     }
     const auto last = std::find_end(content.begin(), content.end(), needle.begin(), needle.end());
     if (!needle.empty()) {
-        const std::int64_t wanted = last == content.end() ? -1 : (last - content.begin()) + offset;
+        const std::int64_t wanted =
+            last == content.end() ? -1 : origin[std::size_t(last - content.begin())] + offset;
         const std::int64_t got = file.FindStringPositionInFileReverse(
                                          CBasicStringView<Char>(needle.data(), needle.size()),
                                          kNoLocalization, caseSensitive, FILE_CHAR_POS(-1))

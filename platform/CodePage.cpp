@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "platform/LowerCase.h"
 #include "platform/Utf.h"
 
 namespace classxml::platform {
@@ -54,6 +55,47 @@ void AppendWideToNarrow(CBasicStringView<WideChar> wide, NarrowEncoding encoding
     CBasicString<char8_t> utf8;
     AppendUtf16ToUtf8(wide, utf8);
     out.append(reinterpret_cast<const char*>(utf8.data()), utf8.size());
+}
+
+namespace {
+
+using ByteTable = std::array<unsigned char, 256>;
+
+// Each byte through the encoding's conversion to UTF-16, lower-cased and back, kept when it
+// comes back as one byte.
+ByteTable BuildLowerCaseBytes(NarrowEncoding encoding) {
+    ByteTable table{};
+    for (int byte = 0; byte < 256; ++byte) {
+        table[byte] = static_cast<unsigned char>(byte);
+        if (encoding == NarrowEncoding::Utf8 && byte >= 0x80) continue;
+        const char narrow = static_cast<char>(byte);
+        CBasicString<WideChar> wide;
+        AppendNarrowToWide(CBasicStringView<char>(&narrow, 1), encoding, wide);
+        if (wide.size() != 1) continue;
+        const WideChar lowered = ToLower(wide[0]);
+        CBasicString<char> lower;
+        AppendWideToNarrow(CBasicStringView<WideChar>(&lowered, 1), encoding, lower);
+        if (lower.size() == 1 && (lower[0] != '?' || wide[0] == '?'))
+            table[byte] = static_cast<unsigned char>(lower[0]);
+    }
+    return table;
+}
+
+} // namespace
+
+const std::array<unsigned char, 256>& LowerCaseBytes(NarrowEncoding encoding) {
+    static const ByteTable utf8 = BuildLowerCaseBytes(NarrowEncoding::Utf8);
+    static const ByteTable latin1 = BuildLowerCaseBytes(NarrowEncoding::Latin1);
+    static const ByteTable processDefault =
+        BuildLowerCaseBytes(Resolved(NarrowEncoding::ProcessDefault));
+    switch (Resolved(encoding)) {
+    case NarrowEncoding::Utf8:
+        return utf8;
+    case NarrowEncoding::Latin1:
+        return latin1;
+    default:
+        return processDefault;
+    }
 }
 
 } // namespace classxml::platform

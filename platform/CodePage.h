@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+
 #include "BasicString.h"
 #include "platform/Export.h"
 
@@ -21,5 +23,10 @@ CLASSXML_API void AppendNarrowToWide(CBasicStringView<char> narrow, NarrowEncodi
                                      CBasicString<WideChar>& out);
 CLASSXML_API void AppendWideToNarrow(CBasicStringView<WideChar> wide, NarrowEncoding encoding,
                                      CBasicString<char>& out);
+
+// The lower case of each byte that is a whole character of a single-byte encoding, with the
+// simple 16-bit mapping; bytes whose lower case the encoding lacks, and those that belong to
+// longer characters (in UTF-8 every byte from 0x80 on), map to themselves.
+CLASSXML_API const std::array<unsigned char, 256>& LowerCaseBytes(NarrowEncoding encoding);
 
 } // namespace classxml::platform

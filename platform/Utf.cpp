@@ -33,40 +33,73 @@ constexpr LeadByte Classify(std::uint8_t b) {
 
 } // namespace
 
+std::size_t DecodeUtf8(CBasicStringView<char8_t> utf8, char32_t& codePoint) {
+    const auto* in = reinterpret_cast<const std::uint8_t*>(utf8.data());
+    const std::size_t n = utf8.size();
+    const std::uint8_t b = in[0];
+    if (b < 0x80) {
+        codePoint = b;
+        return 1;
+    }
+    const LeadByte lead = Classify(b);
+    if (lead.length == 0 || n < 2 || in[1] < lead.secondMin || in[1] > lead.secondMax) {
+        codePoint = kReplacement;
+        return 1;
+    }
+    std::uint32_t value = b & (0xFF >> (lead.length + 1));
+    std::size_t taken = 1;
+    while (taken < lead.length && taken < n && (in[taken] & 0xC0) == 0x80) {
+        value = (value << 6) | (in[taken] & 0x3F);
+        ++taken;
+    }
+    // A truncated sequence: its maximal subpart becomes one replacement.
+    codePoint = taken < lead.length ? kReplacement : value;
+    return taken;
+}
+
+std::size_t EncodeUtf8(char32_t codePoint, char8_t* out) {
+    auto* dst = reinterpret_cast<std::uint8_t*>(out);
+    const auto cp = static_cast<std::uint32_t>(codePoint);
+    if (cp < 0x80) {
+        dst[0] = static_cast<std::uint8_t>(cp);
+        return 1;
+    }
+    if (cp < 0x800) {
+        dst[0] = static_cast<std::uint8_t>(0xC0 | (cp >> 6));
+        dst[1] = static_cast<std::uint8_t>(0x80 | (cp & 0x3F));
+        return 2;
+    }
+    if (cp < 0x10000) {
+        dst[0] = static_cast<std::uint8_t>(0xE0 | (cp >> 12));
+        dst[1] = static_cast<std::uint8_t>(0x80 | ((cp >> 6) & 0x3F));
+        dst[2] = static_cast<std::uint8_t>(0x80 | (cp & 0x3F));
+        return 3;
+    }
+    dst[0] = static_cast<std::uint8_t>(0xF0 | (cp >> 18));
+    dst[1] = static_cast<std::uint8_t>(0x80 | ((cp >> 12) & 0x3F));
+    dst[2] = static_cast<std::uint8_t>(0x80 | ((cp >> 6) & 0x3F));
+    dst[3] = static_cast<std::uint8_t>(0x80 | (cp & 0x3F));
+    return 4;
+}
+
 // One converter for UTF-8 on every platform: the system's converters differ between Windows
 // versions (and Wine) in how many U+FFFD they make of ill-formed input, and the same bytes must
-// become the same text everywhere.
+// become the same text everywhere. ASCII is copied without decoding.
 void AppendUtf8ToUtf16(CBasicStringView<char8_t> utf8, CBasicString<WideChar>& out) {
-    const auto* in = reinterpret_cast<const std::uint8_t*>(utf8.data());
     const std::size_t n = utf8.size();
     const std::size_t start = out.size();
     out.resize(start + n); // UTF-16 never needs more code units than UTF-8 has bytes
     WideChar* dst = out.data() + start;
-    std::size_t i = 0;
-    while (i < n) {
-        const std::uint8_t b = in[i];
+    for (std::size_t i = 0; i < n;) {
+        const auto b = static_cast<std::uint8_t>(utf8[i]);
         if (b < 0x80) {
             *dst++ = static_cast<WideChar>(b);
             ++i;
             continue;
         }
-        const LeadByte lead = Classify(b);
-        if (lead.length == 0 || i + 1 >= n || in[i + 1] < lead.secondMin ||
-            in[i + 1] > lead.secondMax) {
-            *dst++ = kReplacement;
-            ++i;
-            continue;
-        }
-        std::uint32_t cp = b & (0xFF >> (lead.length + 1));
-        std::size_t taken = 1;
-        while (taken < lead.length && i + taken < n && (in[i + taken] & 0xC0) == 0x80) {
-            cp = (cp << 6) | (in[i + taken] & 0x3F);
-            ++taken;
-        }
-        i += taken;
-        if (taken < lead.length) {
-            *dst++ = kReplacement; // truncated: the maximal subpart becomes one replacement
-        } else if (cp >= 0x10000) {
+        char32_t cp = 0;
+        i += DecodeUtf8(utf8.substr(i), cp);
+        if (cp >= 0x10000) {
             cp -= 0x10000;
             *dst++ = static_cast<WideChar>(0xD800 + (cp >> 10));
             *dst++ = static_cast<WideChar>(0xDC00 + (cp & 0x3FF));
@@ -81,11 +114,11 @@ void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, CBasicString<char8_t>& 
     const std::size_t n = utf16.size();
     const std::size_t start = out.size();
     out.resize(start + 3 * n); // a BMP code unit takes at most 3 bytes, a pair 4 for 2 units
-    auto* dst = reinterpret_cast<std::uint8_t*>(out.data() + start);
+    char8_t* dst = out.data() + start;
     for (std::size_t i = 0; i < n; ++i) {
         std::uint32_t cp = static_cast<std::uint16_t>(utf16[i]);
         if (cp < 0x80) {
-            *dst++ = static_cast<std::uint8_t>(cp);
+            *dst++ = static_cast<char8_t>(cp);
             continue;
         }
         if (cp >= 0xD800 && cp <= 0xDFFF) {
@@ -99,19 +132,9 @@ void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, CBasicString<char8_t>& 
                 cp = kReplacement;
             }
         }
-        if (cp < 0x800) {
-            *dst++ = static_cast<std::uint8_t>(0xC0 | (cp >> 6));
-        } else if (cp < 0x10000) {
-            *dst++ = static_cast<std::uint8_t>(0xE0 | (cp >> 12));
-            *dst++ = static_cast<std::uint8_t>(0x80 | ((cp >> 6) & 0x3F));
-        } else {
-            *dst++ = static_cast<std::uint8_t>(0xF0 | (cp >> 18));
-            *dst++ = static_cast<std::uint8_t>(0x80 | ((cp >> 12) & 0x3F));
-            *dst++ = static_cast<std::uint8_t>(0x80 | ((cp >> 6) & 0x3F));
-        }
-        *dst++ = static_cast<std::uint8_t>(0x80 | (cp & 0x3F));
+        dst += EncodeUtf8(cp, dst);
     }
-    out.resize(static_cast<std::size_t>(reinterpret_cast<char8_t*>(dst) - out.data()));
+    out.resize(static_cast<std::size_t>(dst - out.data()));
 }
 
 #if defined(_WIN32)

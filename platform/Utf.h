@@ -11,6 +11,12 @@ namespace classxml::platform {
 CLASSXML_API CBasicString<WideChar> Utf8ToUtf16(CBasicStringView<char8_t> utf8);
 CLASSXML_API void AppendUtf8ToUtf16(CBasicStringView<char8_t> utf8, CBasicString<WideChar>& out);
 
+// One character from the start of `utf8` (which must not be empty): the number of bytes it
+// takes, and its code point, or U+FFFD for an ill-formed sequence (its maximal subpart).
+CLASSXML_API std::size_t DecodeUtf8(CBasicStringView<char8_t> utf8, char32_t& codePoint);
+// Writes a code point (up to U+10FFFF) as UTF-8 to `out`; returns how many bytes it took (1 to 4).
+CLASSXML_API std::size_t EncodeUtf8(char32_t codePoint, char8_t* out);
+
 // UTF-16 to UTF-8. An unpaired surrogate becomes U+FFFD.
 CLASSXML_API CBasicString<char8_t> Utf16ToUtf8(CBasicStringView<WideChar> utf16);
 CLASSXML_API void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, CBasicString<char8_t>& out);

@@ -65,6 +65,19 @@ TEST(FileError, MissingFileForReadingIsCodeFourWithItsMessage) {
     EXPECT_FALSE(file.IsOpen());
 }
 
+// A folder opens on Linux but fails at the first read, the check for a byte-order mark; with a
+// record given, that failure is stored too, never thrown.
+TEST(FileError, AnOpenWithARecordNeverThrows) {
+    TempDir dir;
+    CVFile file;
+    CBasicFileException record;
+    int result = -1;
+    EXPECT_NO_THROW(result = file.Open(WidePath(dir.Path()), 0x0804, &record));
+    EXPECT_EQ(result, 0);
+    EXPECT_NE(record.GetErrorCode(), -1);
+    EXPECT_FALSE(file.IsOpen());
+}
+
 TEST(FileError, CreatingAnExistingFileAsNewIsCodeOne) {
     TempDir dir;
     WriteFile(dir / "exists.txt", "x");

@@ -33,9 +33,10 @@ std::string Utf16le(const Wide& text, bool mark) {
 
 class VFileTest : public ::testing::Test {
 protected:
-    CVFile& OpenWith(const std::string& name, const std::string& bytes) {
+    CVFile& OpenWith(const std::string& name, const std::string& bytes,
+                     BasicStringDef::enum_codepage codePage = BasicStringDef::codepage_default) {
         WriteFile(dir / name, bytes);
-        file.Open(WidePath(dir / name), kRead);
+        file.Open(WidePath(dir / name), kRead, nullptr, false, codePage);
         return file;
     }
     std::int64_t Find(const CBasicString<WideChar>& text, std::int64_t start = 0,
@@ -135,6 +136,31 @@ TEST_F(VFileTest, WideSearchesAgreeWithStdSearch) {
     }
 }
 
+// Narrow files fold every letter too, in their own encoding; in UTF-8 a lower case can be
+// shorter than its letter (the Kelvin sign's three bytes become "k"), and places are the file's.
+TEST_F(VFileTest, NarrowSearchesWithoutCaseFoldEveryLetter) {
+    const std::string text = "x \xE2\x80\xB9T\xC3\x84G \xC3\x89t\xC3\xA9> \xE2\x84\xAA"
+                             "elvin <TÄG";
+    std::string padded = std::string(5000, '=') + text; // the last match lies past a border
+    OpenWith("utf8.txt", padded, BasicStringDef::codepage_utf8); // the default is ANSI on Windows
+    file.SetMaxBufferSize(4096);
+    const auto at = [&](const char* bytes) { return std::int64_t(padded.find(bytes)); };
+    EXPECT_EQ(Find(WIDE("\u2039t\u00E4g"), 0, false), at("\xE2\x80\xB9T"));
+    EXPECT_EQ(Find(WIDE("\u00E9T\u00C9>"), 0, false), at("\xC3\x89t"));
+    EXPECT_EQ(Find(WIDE("kELVIN"), 0, false), at("\xE2\x84\xAA"));
+    EXPECT_EQ(Find(WIDE("<t\u00E4g"), 0, false), at("<TÄG"));
+    EXPECT_EQ(Find(WIDE("\u00E9T\u00C9>")), -1);
+    EXPECT_EQ(file.FindStringPositionInFileReverse(WIDE("\u00C4g"), kNoLocalization, false, Pos(-1))
+                  .get(),
+              std::int64_t(padded.rfind("ÄG")));
+    EXPECT_TRUE(
+        file.IsStringAtPosition(Pos(at("\xE2\x84\xAA")), false, WIDE("K"), kNoLocalization));
+
+    OpenWith("latin1.txt", "a \xC4\xC9 b");
+    file.Open(WidePath(dir / "latin1.txt"), kRead, nullptr, false, BasicStringDef::codepage_latin1);
+    EXPECT_EQ(Find(WIDE("\u00E4\u00E9"), 0, false), 2);
+}
+
 TEST_F(VFileTest, Utf16FilesAreRecognisedByTheirMarkOnly) {
     const Wide text = WIDE("<a>\u00C9t\u00E9 \U0001F600</a>");
     OpenWith("marked.txt", Utf16le(text, true));
@@ -211,6 +237,19 @@ TEST_F(VFileTest, CopyingWithinOneEncodingKeepsTheBytes) {
     EXPECT_THROW(copy.AppendFileContent(file, Pos(5), Pos(4)), CBasicFileException);
     copy.Close();
     EXPECT_TRUE(ReadFile(dir / "copy.bin") == "head" + bytes.substr(10) + bytes.substr(0, 5));
+}
+
+TEST_F(VFileTest, AppendingWritesAfterWhatTheTargetHolds) {
+    WriteFile(dir / "source.txt", "xyz");
+    CVFile source;
+    source.Open(WidePath(dir / "source.txt"), kRead);
+    for (const unsigned flags : {0x0812u, 0x0808u}) { // kept content, write or read and write
+        WriteFile(dir / "target.txt", "ABC");
+        file.Open(WidePath(dir / "target.txt"), flags);
+        EXPECT_EQ(file.AppendFileContent(source, Pos(0), Pos(3)).get(), 6);
+        file.Close();
+        EXPECT_EQ(ReadFile(dir / "target.txt"), "ABCxyz") << flags;
+    }
 }
 
 TEST_F(VFileTest, BlanksAreExactlySpaceReturnLineFeedAndTab) {
