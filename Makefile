@@ -11,7 +11,7 @@ MEMCHECK_PACKAGES := valgrind
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix wine64 wine dpkg-dev
 
-.PHONY: deps install-packages build demo test asan memcheck fuzz windows bench clean
+.PHONY: deps install-packages build demo test asan tsan memcheck fuzz windows bench clean
 
 deps:
 	@$(MAKE) --no-print-directory install-packages LIST="$(PACKAGES)"
@@ -38,6 +38,12 @@ asan: deps
 	cmake --preset asan
 	cmake --build --preset asan
 	ctest --preset asan
+
+# The concurrency tests under ThreadSanitizer.
+tsan: deps
+	cmake --preset tsan
+	cmake --build --preset tsan
+	ctest --preset tsan
 
 memcheck: deps
 	@$(MAKE) --no-print-directory install-packages LIST="$(MEMCHECK_PACKAGES)"

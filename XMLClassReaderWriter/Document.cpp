@@ -7,9 +7,11 @@
 
 #include "xmlio/XMLIO.h"
 
+// The current element moves only when there is a document to move to.
 bool CXMLClassReaderWriter::TakeDocument(DOMDocument* document) {
     mp_document = document;
-    mp_element = document ? msp_xmlIO->GetRootElement(document) : nullptr;
+    if (!document) return false;
+    mp_element = msp_xmlIO->GetRootElement(document);
     return mp_element != nullptr;
 }
 

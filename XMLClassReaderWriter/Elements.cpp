@@ -5,6 +5,9 @@
 
 #include "platform/Utf.h"
 #include "xmlio/XMLIO.h"
+#include "xmlio/XmlText.h"
+
+using classxml::xml_text::IsXmlText;
 
 bool CXMLClassReaderWriter::InsertAttributeIntoElement(DOMElement* element,
                                                        AttributeMap const& attributes) const {
@@ -35,11 +38,14 @@ CXMLClassReaderWriter CXMLClassReaderWriter::AppendElement(View const& name,
     return ElementOrFailure(element);
 }
 
-// Attached first, filled afterwards.
+// Attached first, filled afterwards; text that no document can carry is refused before
+// anything is attached.
 CXMLClassReaderWriter CXMLClassReaderWriter::AppendCDATAElement(View const& name,
                                                                 AttributeMap const& attributes,
                                                                 View const& content) const {
-    if (!msp_xmlIO) return ElementOrFailure(nullptr);
+    if (!msp_xmlIO || !IsXmlText(content)) return ElementOrFailure(nullptr);
+    for (const auto& attribute : attributes)
+        if (!IsXmlText(attribute.second)) return ElementOrFailure(nullptr);
     DOMElement* element = msp_xmlIO->CreateElement(mp_document, name);
     const bool built =
         element && msp_xmlIO->AppendChildElement(mp_document, mp_element, element) &&
@@ -95,7 +101,7 @@ CXMLClassReaderWriter CXMLClassReaderWriter::CreateClass(View const& className) 
 
 CXMLClassReaderWriter CXMLClassReaderWriter::CreateClass(View const& className,
                                                          View const& variableName) {
-    if (!msp_xmlIO) return ElementOrFailure(nullptr);
+    if (!msp_xmlIO || !IsXmlText(variableName)) return ElementOrFailure(nullptr);
     DOMElement* element = msp_xmlIO->CreateElement(mp_document, className);
     if (!element || !msp_xmlIO->AppendChildElement(mp_document, mp_element, element))
         return ElementOrFailure(nullptr);

@@ -1,29 +1,31 @@
 // Process-wide engine start-up, shutdown and the DTD directory.
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
 
-#include <atomic>
 #include <cstdint>
+#include <mutex>
 
 #include "xmlio/XercesIO.h"
 
 namespace {
 
-std::atomic<std::uint64_t> g_engineUseCount{0};
+// The count changes together with the start or stop it causes, in one step under the lock, so
+// that threads which each start and stop the engine around their own work never find it
+// stopped (or stop it under another's feet). An unmatched extra stop leaves the count at zero.
+std::mutex g_engineUse;
+std::uint64_t g_engineUseCount = 0;
 
 } // namespace
 
 void CXMLClassReaderWriter::InitXMLEngine(ENUM_XMLIOTYPE type) {
-    if (g_engineUseCount.fetch_add(1) + 1 == 1 && type == XMLIOTYPE_XERCES)
-        CXercesIO::StartEngine();
+    const std::lock_guard lock(g_engineUse);
+    if (++g_engineUseCount == 1 && type == XMLIOTYPE_XERCES) CXercesIO::StartEngine();
 }
 
-// The test for zero and the decrement are separate steps: an unmatched extra call leaves the
-// count at zero instead of wrapping it, without claiming to guard against races.
 unsigned long long CXMLClassReaderWriter::UninitXMLEngine(ENUM_XMLIOTYPE type) {
-    if (g_engineUseCount.load() != 0) {
-        if (g_engineUseCount.fetch_sub(1) == 1 && type == XMLIOTYPE_XERCES) CXercesIO::StopEngine();
-    }
-    return g_engineUseCount.load();
+    const std::lock_guard lock(g_engineUse);
+    if (g_engineUseCount != 0 && --g_engineUseCount == 0 && type == XMLIOTYPE_XERCES)
+        CXercesIO::StopEngine();
+    return g_engineUseCount;
 }
 
 void CXMLClassReaderWriter::SetDtdDirectory(CBasicString<WideChar> const& directory,

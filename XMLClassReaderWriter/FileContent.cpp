@@ -14,22 +14,31 @@ CXMLClassReaderWriter
 CXMLClassReaderWriter::AddFileContentProperty(const CBasicString<WideChar>& name,
                                               const CBasicString<WideChar>& type,
                                               const CBasicString<WideChar>& filePath) {
+    CVFile file;
     try {
-        CVFile file;
         file.Open(filePath, CVFile::kReadExisting);
-        CXMLClassReaderWriter element = AddElementAttributesContent(name, PropertyAttributes(type));
-        CBasicString<WideChar> slice;
+    } catch (const CBasicFileException&) {
+        return ElementOrFailure(nullptr);
+    }
+    // The element is filled before it is attached, so that a file holding text no document can
+    // carry adds nothing. A file error on the way attaches what was read so far.
+    CXMLClassReaderWriter element = CreateElementAttributesContent(name, PropertyAttributes(type));
+    CBasicString<WideChar> slice;
+    try {
         for (std::int64_t from = 0;;) {
             // Slices end where a character begins, so that none is cut into two text nodes.
             std::int64_t to = file.AlignToCharacter(FILE_CHAR_POS(from + kSliceCharacters)).get();
             if (to <= from) to = from + kSliceCharacters;
             file.GetStringFromFile(slice, FILE_CHAR_POS(from), FILE_CHAR_POS(to));
             if (slice.empty()) break;
-            element.InsertContent(slice);
+            if (element.IsDefined() && !element.InsertContent(slice))
+                return ElementOrFailure(nullptr);
             from = to;
         }
-        return element;
     } catch (const CBasicFileException&) {
+        InsertSubDocument(element);
         return ElementOrFailure(nullptr);
     }
+    if (element.IsDefined() && !InsertSubDocument(element)) return ElementOrFailure(nullptr);
+    return element;
 }

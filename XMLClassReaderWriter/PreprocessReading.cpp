@@ -4,19 +4,135 @@
 
 #include "basicio/VFile.h"
 #include "platform/FileIO.h"
+#include "platform/FileReplace.h"
 #include "platform/Uuid.h"
 
 namespace {
 
 using View = CXMLClassReaderWriter::View;
+using Localization = boost::shared_ptr<LocalizationManager>;
 
 constexpr View kTransportStart = WIDE("<FileTransport");
 constexpr View kContentStart = WIDE("<fileContent");
-constexpr View kStartTagEnd = WIDE(">");
 constexpr View kContentEnd = WIDE("</fileContent>");
 constexpr View kTransportEnd = WIDE("</FileTransport");
 // "</FileTransport" and the character that closes it, taken to be ">" without looking.
 constexpr std::int64_t kTransportEndLength = 16;
+
+// A failed rename (or replace) reported through `logging`, by the runtime library's error
+// number.
+void LogFailedRename(int error, const View& from, const View& to,
+                     const boost::shared_ptr<CLoggingFile>& logging,
+                     const LoggingSourcePos& position) {
+    if (!logging) return;
+    const CBasicString<WideChar> opening =
+        WIDE("Can't rename file: ") + CBasicString<WideChar>(from);
+    if (error == 2)
+        logging->LogError(opening + WIDE(" because it doesn't exist or path is wrong"), position);
+    else if (error == 13)
+        logging->LogError(opening + WIDE(" due to missing access rights or new file: ") +
+                              CBasicString<WideChar>(to) + WIDE(" already exists"),
+                          position);
+    else if (error == 22)
+        logging->LogError(opening +
+                              WIDE(" because of wrong characters inside name or path. Check also "
+                                   "the new filename: ") +
+                              CBasicString<WideChar>(to),
+                          position);
+}
+
+// The path of a side file as the text of an element: "&", "<" and ">" escaped.
+CBasicString<WideChar> AsElementText(View path) {
+    CBasicString<WideChar> text;
+    for (const WideChar unit : path) {
+        if (unit == '&')
+            text += WIDE("&amp;");
+        else if (unit == '<')
+            text += WIDE("&lt;");
+        else if (unit == '>')
+            text += WIDE("&gt;");
+        else
+            text.push_back(unit);
+    }
+    return text;
+}
+
+// The next place of a text at or after a position, for positions that never go back: a search
+// goes on from the place last found, so that looking for a character that is rare in a file
+// costs one pass over it, not one per element.
+class NextPlace {
+public:
+    NextPlace(CVFile& file, const Localization& localization, View text)
+        : m_file(file), m_localization(localization), m_text(text) {}
+
+    // -1 when there is none.
+    std::int64_t From(std::int64_t start) {
+        if (m_found >= start || m_found == kNowhere) return m_found;
+        m_found =
+            m_file.FindStringPositionInFile(m_text, m_localization, true, FILE_CHAR_POS(start))
+                .get();
+        if (m_found < 0) m_found = kNowhere;
+        return m_found;
+    }
+
+private:
+    static constexpr std::int64_t kNotYet = -2;
+    static constexpr std::int64_t kNowhere = -1;
+    CVFile& m_file;
+    const Localization& m_localization;
+    View m_text;
+    std::int64_t m_found = kNotYet;
+};
+
+// Start tags in the scanned file: whether "<fileContent" at a place is that element's name and
+// not the start of a longer one, where the tag ends (a ">" inside a quoted attribute value does
+// not end it), and whether it is an empty-element tag.
+class StartTags {
+public:
+    StartTags(CVFile& file, const Localization& localization)
+        : m_file(file), m_localization(localization), m_end(file, localization, WIDE(">")),
+          m_double(file, localization, WIDE("\"")), m_single(file, localization, WIDE("'")) {}
+
+    bool NameEndsAt(std::int64_t position) {
+        for (const View follower :
+             {WIDE(" "), WIDE("\t"), WIDE("\r"), WIDE("\n"), WIDE("/"), WIDE(">")})
+            if (m_file.IsStringAtPosition(FILE_CHAR_POS(position), true, follower, m_localization))
+                return true;
+        return false;
+    }
+
+    // The first ">" at or after `start` outside quoted attribute values; -1 when there is none.
+    std::int64_t EndFrom(std::int64_t position) {
+        for (;;) {
+            const std::int64_t end = m_end.From(position);
+            if (end < 0) return -1;
+            const std::int64_t doubleQuote = Before(m_double.From(position), end);
+            const std::int64_t singleQuote = Before(m_single.From(position), end);
+            if (doubleQuote < 0 && singleQuote < 0) return end;
+            const bool isDouble =
+                singleQuote < 0 || (doubleQuote >= 0 && doubleQuote < singleQuote);
+            NextPlace& quote = isDouble ? m_double : m_single;
+            const std::int64_t closing = quote.From((isDouble ? doubleQuote : singleQuote) + 1);
+            if (closing < 0) return -1;
+            position = closing + 1;
+        }
+    }
+
+    bool IsEmpty(std::int64_t end) {
+        return m_file.IsStringBeforePosition(FILE_CHAR_POS(end), WIDE("/"), m_localization);
+    }
+
+private:
+    static std::int64_t Before(std::int64_t place, std::int64_t limit) {
+        return place >= 0 && place < limit ? place : -1;
+    }
+
+    CVFile& m_file;
+    const Localization& m_localization;
+    NextPlace m_end;
+    NextPlace m_double;
+    NextPlace m_single;
+};
 
 } // namespace
 
@@ -41,24 +157,10 @@ int CXMLClassReaderWriter::DeleteFileLogged(const View& path,
 int CXMLClassReaderWriter::RenameFileLogged(const View& from, const View& to,
                                             const boost::shared_ptr<CLoggingFile>& logging,
                                             const LoggingSourcePos& position) {
-    const CBasicString<WideChar> oldPath(from);
-    const CBasicString<WideChar> newPath(to);
     int error = 0;
-    const int result = classxml::platform::RenameFile(oldPath, newPath, error);
-    if (result != -1 || !logging) return result;
-    const CBasicString<WideChar> opening = WIDE("Can't rename file: ") + oldPath;
-    if (error == 2)
-        logging->LogError(opening + WIDE(" because it doesn't exist or path is wrong"), position);
-    else if (error == 13)
-        logging->LogError(opening + WIDE(" due to missing access rights or new file: ") + newPath +
-                              WIDE(" already exists"),
-                          position);
-    else if (error == 22)
-        logging->LogError(opening +
-                              WIDE(" because of wrong characters inside name or path. Check also "
-                                   "the new filename: ") +
-                              newPath,
-                          position);
+    const int result = classxml::platform::RenameFile(CBasicString<WideChar>(from),
+                                                      CBasicString<WideChar>(to), error);
+    if (result == -1) LogFailedRename(error, from, to, logging, position);
     return result;
 }
 
@@ -67,10 +169,12 @@ int CXMLClassReaderWriter::RenameFileLogged(const View& from, const View& to,
 // "</FileTransport" + 16). Every file error (an open, a write, a side file that cannot be
 // created) ends the call with false before the input is touched; so does the search from -1
 // that a missing "</FileTransport" leaves, which CVFile refuses rather than restarting at 0.
-// No base64 text is ever lost: it is either in its side file or still in the input.
-bool CXMLClassReaderWriter::PreprocessReading(
-    const View& path, const boost::shared_ptr<LocalizationManager>& localization,
-    const boost::shared_ptr<CLoggingFile>& logging) {
+// No base64 text is ever lost: it is either in its side file or still in the input, and the
+// rewritten document takes the input's place in one step, so that the input's name holds one
+// of the two at every moment. Only what can be base64 is moved: the content of a non-empty
+// "<fileContent" start tag up to a "</fileContent>" with no markup before it.
+bool CXMLClassReaderWriter::PreprocessReading(const View& path, const Localization& localization,
+                                              const boost::shared_ptr<CLoggingFile>& logging) {
     try {
         CVFile input;
         input.Open(path, CVFile::kReadExisting);
@@ -88,20 +192,34 @@ bool CXMLClassReaderWriter::PreprocessReading(
         std::int64_t copied = 0;
         std::int64_t search = 0;
         bool result = true;
+        StartTags tags(input, localization);
+        NextPlace markup(input, localization, WIDE("<"));
         for (;;) {
             const std::int64_t transport = find(kTransportStart, search);
             if (transport < 0) break;
-            const std::int64_t content = find(kContentStart, transport);
+            std::int64_t content = find(kContentStart, transport);
+            while (content >= 0 && !tags.NameEndsAt(content + std::int64_t(kContentStart.size())))
+                content = find(kContentStart, content + 1);
             if (content < 0) break;
-            const std::int64_t tagEnd = find(kStartTagEnd, content);
+            const std::int64_t tagEnd = tags.EndFrom(content);
             if (tagEnd < 0) {
                 result = false;
                 break;
             }
-            const std::int64_t contentEnd = find(kContentEnd, tagEnd);
+            if (tags.IsEmpty(tagEnd)) { // <fileContent .../> has nothing to move
+                search = tagEnd;
+                continue;
+            }
+            // No "</fileContent>" comes before the first markup after the tag.
+            const std::int64_t firstMarkup = markup.From(tagEnd + 1);
+            const std::int64_t contentEnd = firstMarkup < 0 ? -1 : find(kContentEnd, firstMarkup);
             if (contentEnd < 0) {
                 result = false;
                 break;
+            }
+            if (contentEnd != firstMarkup) { // markup inside: not a base64 block
+                search = firstMarkup;
+                continue;
             }
             const std::int64_t transportEnd = find(kTransportEnd, contentEnd); // not checked
             if (rewrittenPath.empty()) {
@@ -118,7 +236,7 @@ bool CXMLClassReaderWriter::PreprocessReading(
                 side.Close();
             }
             rewritten.AppendFileContent(input, FILE_CHAR_POS(copied), FILE_CHAR_POS(tagEnd + 1));
-            rewritten.Write(View(sidePath));
+            rewritten.Write(View(AsElementText(sidePath)));
             rewritten.AppendFileContent(input, FILE_CHAR_POS(contentEnd),
                                         FILE_CHAR_POS(transportEnd + kTransportEndLength));
             copied = transportEnd + kTransportEndLength;
@@ -130,9 +248,11 @@ bool CXMLClassReaderWriter::PreprocessReading(
                 rewritten.AppendFileContent(input, FILE_CHAR_POS(copied), FILE_CHAR_POS(size));
             rewritten.Close();
             input.Close();
-            DeleteFileLogged(path, logging, CLASSXML_SOURCE_POS("XMLClassReaderWriter"));
-            RenameFileLogged(rewrittenPath, path, logging,
-                             CLASSXML_SOURCE_POS("XMLClassReaderWriter"));
+            int error = 0;
+            if (classxml::platform::MoveOverFile(rewrittenPath, CBasicString<WideChar>(path),
+                                                 error) != 0)
+                LogFailedRename(error, rewrittenPath, path, logging,
+                                CLASSXML_SOURCE_POS("XMLClassReaderWriter"));
         }
         input.Close();
         return result;

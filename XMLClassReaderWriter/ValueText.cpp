@@ -64,6 +64,12 @@ std::optional<std::uint64_t> ParseMagnitude(View digits, std::uint64_t limit) {
     return magnitude;
 }
 
+bool AllDigits(View text) {
+    for (const WideChar unit : text)
+        if (unit < WideChar('0') || unit > WideChar('9')) return false;
+    return !text.empty();
+}
+
 } // namespace
 
 Text FormatSigned(std::int64_t value) { return FormatWithToChars(value); }
@@ -80,9 +86,10 @@ Text FormatDouble(double value) {
 
 // Negative, non-finite and huge values are outside the version format. Instead of casting them
 // to an unsigned major number they are written so that they still read back: negatives as "-"
-// and the text of their magnitude, the rest as doubles.
+// and the text of their magnitude, values from 2^64 on and the non-finite ones as doubles.
 Text FormatVersion(double value) {
-    if (!std::isfinite(value) || std::fabs(value) >= 1.8e19) return FormatDouble(value);
+    constexpr double kTwoToThe64 = 18446744073709551616.0;
+    if (!std::isfinite(value) || std::fabs(value) >= kTwoToThe64) return FormatDouble(value);
     const std::string magnitude = VersionText(std::fabs(value));
     char text[48] = {'-'};
     const std::size_t sign = value < 0 ? 1 : 0;
@@ -121,6 +128,34 @@ double ParseDouble(View text) {
         narrow[i] = static_cast<char>(text[i]);
     double value = 0.0; // stays 0.0 for text that is no number or out of range
     std::from_chars(narrow, narrow + length, value, std::chars_format::general);
+    return value;
+}
+
+std::optional<std::int64_t> ParseSignedExact(View text, std::int64_t min, std::int64_t max) {
+    const std::size_t sign = !text.empty() && (text[0] == '-' || text[0] == '+') ? 1 : 0;
+    if (!AllDigits(text.substr(sign))) return std::nullopt;
+    const std::int64_t value = ParseSigned(text, min, max);
+    // ParseSigned answers 0 for out of range; a true 0 has only zero digits.
+    if (value == 0 && text.find_first_not_of(WIDE("0"), sign) != View::npos) return std::nullopt;
+    return value;
+}
+
+std::optional<std::uint64_t> ParseUnsignedExact(View text, std::uint64_t max) {
+    if (!AllDigits(text)) return std::nullopt;
+    return ParseMagnitude(text, max);
+}
+
+std::optional<double> ParseDoubleExact(View text) {
+    char narrow[64];
+    if (text.empty() || text.size() > sizeof narrow) return std::nullopt;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (static_cast<std::uint16_t>(text[i]) >= 0x80) return std::nullopt;
+        narrow[i] = static_cast<char>(text[i]);
+    }
+    double value = 0.0;
+    const auto [end, error] =
+        std::from_chars(narrow, narrow + text.size(), value, std::chars_format::general);
+    if (error != std::errc() || end != narrow + text.size()) return std::nullopt;
     return value;
 }
 

@@ -47,6 +47,13 @@ double ParseDouble(View text);
 // Exactly "true" or "false".
 std::optional<bool> ParseBool(View text);
 
+// Strict forms, for readers that take the whole text as the value: no blanks, nothing after
+// the number, nothing out of range. Integers may carry one sign; doubles are the general
+// floating format. Nothing when the text is not exactly one value.
+std::optional<std::int64_t> ParseSignedExact(View text, std::int64_t min, std::int64_t max);
+std::optional<std::uint64_t> ParseUnsignedExact(View text, std::uint64_t max);
+std::optional<double> ParseDoubleExact(View text);
+
 // Writing and reading one value type; every typed property member goes through these.
 template <class Value>
 struct Codec;
@@ -66,12 +73,28 @@ requires(!std::same_as<Value, bool>) struct Codec<Value> {
         else
             return static_cast<Value>(ParseUnsigned(text, Limits::max()));
     }
+    static std::optional<Value> ParseExact(View text) {
+        using Limits = std::numeric_limits<Value>;
+        if constexpr (std::is_signed_v<Value>) {
+            const auto value = ParseSignedExact(text, Limits::min(), Limits::max());
+            return value ? std::optional<Value>(static_cast<Value>(*value)) : std::nullopt;
+        } else {
+            const auto value = ParseUnsignedExact(text, Limits::max());
+            return value ? std::optional<Value>(static_cast<Value>(*value)) : std::nullopt;
+        }
+    }
 };
 
 template <>
 struct Codec<double> {
     static Text Format(double value) { return FormatDouble(value); }
     static double Parse(View text) { return ParseDouble(text); }
+    static std::optional<double> ParseExact(View text) { return ParseDoubleExact(text); }
+};
+
+template <>
+struct Codec<bool> {
+    static std::optional<bool> ParseExact(View text) { return ParseBool(text); }
 };
 
 // Identifiers and times are their underlying number.
@@ -81,6 +104,10 @@ struct Codec<NamedType<Number, Tag>> {
     static NamedType<Number, Tag> Parse(View text) {
         return NamedType<Number, Tag>(Codec<Number>::Parse(text));
     }
+    static std::optional<NamedType<Number, Tag>> ParseExact(View text) {
+        const auto number = Codec<Number>::ParseExact(text);
+        return number ? std::optional(NamedType<Number, Tag>(*number)) : std::nullopt;
+    }
 };
 
 // Version numbers are written in their own form and read back as any double.
@@ -88,6 +115,10 @@ template <>
 struct Codec<DB_VERSIONNUMBER> {
     static Text Format(DB_VERSIONNUMBER value) { return FormatVersion(value.get()); }
     static DB_VERSIONNUMBER Parse(View text) { return DB_VERSIONNUMBER(ParseDouble(text)); }
+    static std::optional<DB_VERSIONNUMBER> ParseExact(View text) {
+        const auto number = ParseDoubleExact(text);
+        return number ? std::optional(DB_VERSIONNUMBER(*number)) : std::nullopt;
+    }
 };
 
 } // namespace classxml::value_text

@@ -13,7 +13,7 @@ set(CLASSXML_PUBLIC_HEADERS
 set(CLASSXML_PUBLIC_HEADER_FOLDERS
     "platform:Export.h FileIO.h LocalizationManager.h LoggingFile.h LoggingSourcePos.h"
     "basicio:BasicFileException.h VFile.h"
-    "xmlio:XMLIO.h XercesForward.h XercesIO.h XercesStringHandler.h"
+    "xmlio:Diagnostics.h XMLIO.h XercesForward.h XercesIO.h XercesStringHandler.h"
     "XMLClassReaderWriter:AttributeMap.h XMLClassReaderWriter.h")
 install(FILES ${CLASSXML_PUBLIC_HEADERS} DESTINATION ${CLASSXML_INCLUDE_DIR})
 foreach(entry IN LISTS CLASSXML_PUBLIC_HEADER_FOLDERS)

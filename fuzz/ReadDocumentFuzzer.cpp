@@ -1,5 +1,6 @@
 // Arbitrary bytes read as a UTF-8 and as a UTF-16 document; every element walked and read
-// with a few typed readers; the document saved and released. Nothing may crash or leak.
+// with a few typed readers; the document saved and released. Nothing may crash or leak, and
+// whatever a reader accepted and saved reads back as the same tree.
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -42,14 +43,52 @@ void ReadEveryElement(Handle& root) {
     }
 }
 
-void ReadAndSave(Handle& handle) {
-    for (const bool wholeDocument : {true, false}) {
-        char* bytes = nullptr;
-        WideChar* wide = nullptr;
-        unsigned long long length = 0;
-        if (handle.SaveToString(&bytes, length, wholeDocument)) Handle::FreeMemory(&bytes);
-        if (handle.SaveToString(&wide, length, wholeDocument)) Handle::FreeMemory(&wide);
+// Each element's name, the attributes of the format and its content, in document order.
+CBasicString<WideChar> Tree(Handle root) {
+    CBasicString<WideChar> tree;
+    std::vector<Handle> pending{root};
+    while (!pending.empty()) {
+        Handle element = pending.back();
+        pending.pop_back();
+        tree += element.GetElementName();
+        for (const Handle::View attribute :
+             {Handle::KEY_TYPE, Handle::VAR_NAME, Handle::VARKEY_TYPE, Handle::VAR_TYPE})
+            tree += WIDE("|") + CBasicString<WideChar>(element.GetAttributeValue(attribute));
+        tree += WIDE("|") + element.GetContent() + WIDE("\n");
+        std::vector<Handle> children;
+        for (Handle child = element.GetFirstSubElement(); child.IsDefined();
+             child = child.GetNextElement())
+            children.push_back(child);
+        pending.insert(pending.end(), children.rbegin(), children.rend());
     }
+    return tree;
+}
+
+// Saved as bytes and as UTF-16 and read again: the same tree, and the same text once more.
+template <class Char>
+void CheckRoundTrip(Handle& handle) {
+    Char* saved = nullptr;
+    unsigned long long length = 0;
+    if (!handle.SaveToString(&saved, length, true)) return;
+    const CBasicString<Char> text(saved, length);
+    Handle::FreeMemory(&saved);
+    Handle again(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, false);
+    FUZZ_CHECK(again.ReadFromString(CBasicStringView<Char>(text)));
+    FUZZ_CHECK(Tree(again) == Tree(handle));
+    FUZZ_CHECK(again.SaveToString(&saved, length, true));
+    FUZZ_CHECK(CBasicString<Char>(saved, length) == text);
+    Handle::FreeMemory(&saved);
+    again.ReleaseDocument();
+}
+
+void ReadAndSave(Handle& handle) {
+    char* bytes = nullptr;
+    WideChar* wide = nullptr;
+    unsigned long long length = 0;
+    if (handle.SaveToString(&bytes, length, false)) Handle::FreeMemory(&bytes);
+    if (handle.SaveToString(&wide, length, false)) Handle::FreeMemory(&wide);
+    CheckRoundTrip<char8_t>(handle);
+    CheckRoundTrip<WideChar>(handle);
     ReadEveryElement(handle);
 }
 

@@ -17,12 +17,28 @@ namespace {
 using Handle = CXMLClassReaderWriter;
 using Text = CBasicString<WideChar>;
 
-// What an element's content reads back as: the text up to its first NUL (the DOM keeps
-// zero-terminated text), with each line feed as CR LF.
+// Whether XML 1.0 can carry the text: tab, line feed, carriage return, U+0020..U+D7FF,
+// U+E000..U+FFFD and surrogates in pairs. The writers refuse anything else.
+bool XmlCanCarry(const Text& text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char32_t unit = static_cast<std::uint16_t>(text[i]);
+        if (unit >= 0xD800 && unit <= 0xDBFF && i + 1 < text.size() &&
+            static_cast<std::uint16_t>(text[i + 1]) >= 0xDC00 &&
+            static_cast<std::uint16_t>(text[i + 1]) <= 0xDFFF) {
+            ++i;
+            continue;
+        }
+        const bool allowed = unit == 0x9 || unit == 0xA || unit == 0xD ||
+                             (unit >= 0x20 && unit <= 0xD7FF) || (unit >= 0xE000 && unit <= 0xFFFD);
+        if (!allowed) return false;
+    }
+    return true;
+}
+
+// What an element's content reads back as: the text with each line feed as CR LF.
 Text Content(const Text& written) {
     Text content;
     for (const WideChar unit : written) {
-        if (unit == 0) break;
         if (unit == '\n') content.push_back('\r');
         content.push_back(unit);
     }
@@ -113,6 +129,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     root.CreateDocument(WIDE("r"), {}, {});
     Handle element =
         root.AddElementAttributesContent(WIDE("p"), {{Handle::KEY_TYPE, WIDE("t")}}, written);
+    FUZZ_CHECK(element.IsDefined() == XmlCanCarry(written));
+    if (!element.IsDefined()) return root.ReleaseDocument(), 0;
 
     int int32 = -1;
     UINT uint32 = 1;

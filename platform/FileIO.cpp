@@ -1,5 +1,6 @@
 #include "platform/FileIO.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -73,6 +74,17 @@ std::int64_t ReadFileAt(int descriptor, std::int64_t offset, void* buffer, std::
 
 int WriteFileAt(int descriptor, std::int64_t offset, const void* data, std::size_t count) {
     if (_lseeki64(descriptor, offset, SEEK_SET) < 0) return errno;
+    std::size_t done = 0;
+    while (done < count) {
+        const unsigned chunk = static_cast<unsigned>(std::min<std::size_t>(count - done, 1u << 30));
+        const int put = _write(descriptor, static_cast<const char*>(data) + done, chunk);
+        if (put <= 0) return put < 0 ? errno : ENOSPC;
+        done += static_cast<std::size_t>(put);
+    }
+    return 0;
+}
+
+int WriteFile(int descriptor, const void* data, std::size_t count) {
     std::size_t done = 0;
     while (done < count) {
         const unsigned chunk = static_cast<unsigned>(std::min<std::size_t>(count - done, 1u << 30));
@@ -170,6 +182,20 @@ int WriteFileAt(int descriptor, std::int64_t offset, const void* data, std::size
     return 0;
 }
 
+int WriteFile(int descriptor, const void* data, std::size_t count) {
+    std::size_t done = 0;
+    while (done < count) {
+        const ssize_t put =
+            ::write(descriptor, static_cast<const char*>(data) + done, count - done);
+        if (put < 0) {
+            if (errno == EINTR) continue;
+            return errno;
+        }
+        done += static_cast<std::size_t>(put);
+    }
+    return 0;
+}
+
 std::int64_t FileLength(int descriptor, int& error) {
     struct stat status {};
     if (::fstat(descriptor, &status) != 0) {
@@ -196,5 +222,14 @@ int RenameFile(const CBasicString<WideChar>& from, const CBasicString<WideChar>&
 }
 
 #endif
+
+std::int64_t FileLengthOf(const CBasicString<WideChar>& path) {
+    int error = 0;
+    const int descriptor = OpenFile(path, OpenOptions{}, error);
+    if (descriptor < 0) return -1;
+    const std::int64_t length = FileLength(descriptor, error);
+    CloseFile(descriptor);
+    return length;
+}
 
 } // namespace classxml::platform

@@ -38,8 +38,13 @@ CLASSXML_API std::int64_t ReadFileAt(int descriptor, std::int64_t offset, void* 
 // Writes all `count` bytes at `offset`: 0, or the error number.
 CLASSXML_API int WriteFileAt(int descriptor, std::int64_t offset, const void* data,
                              std::size_t count);
+// Writes all `count` bytes at the descriptor's own position, which need not be seekable (a pipe,
+// a device): 0, or the error number.
+CLASSXML_API int WriteFile(int descriptor, const void* data, std::size_t count);
 // The file's length in bytes, or -1 with the error number.
 CLASSXML_API std::int64_t FileLength(int descriptor, int& error);
+// The length in bytes of the file at `path`, or -1 when it cannot be opened.
+CLASSXML_API std::int64_t FileLengthOf(const CBasicString<WideChar>& path);
 // 0, or the error number.
 CLASSXML_API int ResizeFile(int descriptor, std::int64_t length);
 // Delete and rename by wide path: 0, or -1 with the error number in `error`.

@@ -3,13 +3,14 @@
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid.hpp>
 
+#include "platform/PerThread.h"
+
 namespace classxml::platform {
 
 bool NewUuidText(CBasicString<WideChar>& text) {
     boost::uuids::uuid uuid{};
     try {
-        thread_local boost::uuids::random_generator generator;
-        uuid = generator();
+        uuid = PerThread<boost::uuids::random_generator>()();
     } catch (const std::exception&) {
         return false;
     }

@@ -81,9 +81,8 @@ TEST_F(DocumentTest, WideStringRoundTripNamesUtf16) {
     ASSERT_TRUE(handle.SaveToString(&buffer, length, true));
     EXPECT_EQ(CBasicString<WideChar>(buffer, length), xml);
     EXPECT_TRUE(Handle::FreeMemory(&buffer));
-    // The document keeps UTF-16 as its own encoding, and a byte string ends at the first zero
-    // byte: byte strings are for documents in an 8-bit encoding.
-    EXPECT_EQ(SaveUtf8(handle), "<");
+    // The document keeps UTF-16 as its own encoding, but a byte string holds UTF-8 and says so.
+    EXPECT_EQ(SaveUtf8(handle), kDeclaration + "<r a=\"\xC3\xA9\">\xF0\x9F\x98\x80</r>");
     handle.ReleaseDocument();
 
     Handle again = NewHandle();
@@ -117,6 +116,38 @@ TEST_F(DocumentTest, ValidityErrorIsReportedAndRejected) {
     EXPECT_TRUE(ReadsAsValid("<!DOCTYPE Root SYSTEM \"root.dtd\"><Root><a x=\"1\"/></Root>"));
 }
 
+// What goes to standard error is there as data too, and memory parses, which write nothing
+// there, report the same way; each parse or save starts a new list.
+TEST_F(DocumentTest, ComplaintsAreDiagnosticsToo) {
+    using Severity = classxml::Diagnostic::Severity;
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(ReadsAsValid("<!DOCTYPE Root SYSTEM \"root.dtd\">\n<Root><b/></Root>"));
+    const std::string errors = testing::internal::GetCapturedStderr();
+    ASSERT_FALSE(classxml::LastDiagnostics().empty());
+    const classxml::Diagnostic& first = classxml::LastDiagnostics().front();
+    EXPECT_EQ(first.severity, Severity::Error);
+    EXPECT_EQ(first.source, (dir / "doc.xml").string());
+    EXPECT_EQ(first.line, 2u);
+    EXPECT_NE(errors.find("Message: " + first.message), std::string::npos) << errors;
+
+    Handle handle = NewHandle();
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(handle.ReadFromString(CBasicStringView<char>("<a>\n<b></a>")));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    ASSERT_EQ(classxml::LastDiagnostics().size(), 1u);
+    EXPECT_EQ(classxml::LastDiagnostics()[0].severity, Severity::FatalError);
+    EXPECT_EQ(classxml::LastDiagnostics()[0].source, "prodInfo");
+    EXPECT_EQ(classxml::LastDiagnostics()[0].line, 2u);
+
+    EXPECT_FALSE(handle.ReadFromString(
+        CBasicStringView<char>("<!DOCTYPE a [<!ENTITY e SYSTEM \"../x.txt\">]><a>&e;</a>")));
+    EXPECT_EQ(classxml::LastDiagnostics().front().message,
+              "refused system id '../x.txt': a \"..\" step could leave the DTD directory");
+    ASSERT_TRUE(handle.ReadFromString(CBasicStringView<char>("<a/>")));
+    EXPECT_TRUE(classxml::LastDiagnostics().empty());
+    handle.ReleaseDocument();
+}
+
 TEST_F(DocumentTest, WellFormednessErrorIsFatal) {
     testing::internal::CaptureStderr();
     EXPECT_FALSE(ReadsAsValid("<!DOCTYPE Root SYSTEM \"root.dtd\"><Root><a></Root>"));
@@ -135,6 +166,19 @@ TEST_F(DocumentTest, DtdIsFoundInTheDirectoryOrByAPathAlreadyInIt) {
     const std::string errors = testing::internal::GetCapturedStderr();
     EXPECT_NE(errors.find("Fatal Error at file \""), std::string::npos) << errors;
     EXPECT_NE(errors.find("missing.dtd"), std::string::npos) << errors;
+}
+
+// The parse result becomes the handle's document; only a document moves the current element.
+TEST_F(DocumentTest, AFailedReadLeavesTheCurrentElement) {
+    Handle handle = NewHandle();
+    ASSERT_TRUE(handle.ReadFromString(CBasicStringView<char>("<held/>")));
+    Handle held = handle;
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(handle.ReadFromFile(WidePath(dir / "absent.xml")));
+    testing::internal::GetCapturedStderr();
+    EXPECT_FALSE(handle.IsDocumentCreated());
+    EXPECT_EQ(handle.GetElementName(), Handle::View(WIDE("held")));
+    held.ReleaseDocument();
 }
 
 TEST_F(DocumentTest, UnreadableInputGivesFalseAndLeavesTheHandleAlone) {

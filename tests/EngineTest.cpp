@@ -1,5 +1,8 @@
 // Engine start-up and shutdown, the use count and the DTD directory.
 #include <gtest/gtest.h>
+#include <xercesc/dom/DOM.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/XMLNetAccessor.hpp>
 
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
 #include "platform/Path.h"
@@ -57,6 +60,25 @@ TEST(Engine, ShutdownFreesDocumentsStillRegistered) {
     ASSERT_TRUE(parsed.ReadFromString(CBasicStringView<char>("<a><b/></a>")));
     EXPECT_EQ(Handle::UninitXMLEngine(kXerces), 0u); // LeakSanitizer checks the rest
     EXPECT_FALSE(EngineRuns());
+}
+
+// An application that runs Xerces itself keeps it as it was around the library's engine, and
+// saves its own documents through the library while the engine is stopped.
+TEST(Engine, TheApplicationsXercesIsLeftAlone) {
+    using namespace xercesc;
+    XMLPlatformUtils::Initialize();
+    const XMLNetAccessor* network = XMLPlatformUtils::fgNetAccessor;
+    Handle::InitXMLEngine(kXerces);
+    EXPECT_EQ(Handle::UninitXMLEngine(kXerces), 0u);
+    EXPECT_EQ(XMLPlatformUtils::fgNetAccessor, network);
+
+    DOMDocument* document = DOMImplementationRegistry::getDOMImplementation(WIDE("LS"))
+                                ->createDocument(nullptr, WIDE("own"), nullptr);
+    CBasicString<char8_t> saved;
+    EXPECT_TRUE(CXercesIO().SaveDocumentToUTF8String(document, saved));
+    EXPECT_NE(saved.find(u8"<own/>"), CBasicString<char8_t>::npos);
+    document->release();
+    XMLPlatformUtils::Terminate();
 }
 
 TEST(Engine, DtdDirectoryGetsOneTrailingSeparator) {

@@ -145,6 +145,40 @@ TEST_F(PreprocessTest, AnElementWithoutTransportEndLeavesTheInputAlone) {
     EXPECT_EQ(ReadFile(dir / "doc.xml"), xml); // nothing swapped in, nothing lost
 }
 
+// Documents the library's users write, each of which the scan once turned into one that could
+// not be read: only the text of a real, non-empty fileContent element with no markup inside is
+// moved, and the path put in its place is escaped.
+TEST_F(PreprocessTest, OnlyBase64BlocksAreMovedAndTheResultStaysReadable) {
+    fs::create_directories(dir / "R&D");
+    const fs::path file = dir / "R&D" / "doc.xml";
+    const std::string attribute = "<r><FileTransport><fileContent name=\"a>b\">QUJD</fileContent>"
+                                  "</FileTransport></r>";
+    const std::string type = "<r><FileTransport><fileContentType>png</fileContentType>"
+                             "<fileContent>QUJD</fileContent></FileTransport></r>";
+    const std::string kept[] = {
+        "<r><FileTransport><fileContent/></FileTransport><next>text</next></r>",
+        "<r><FileTransport><fileContent><![CDATA[</fileContent>]]></fileContent></FileTransport></"
+        "r>",
+    };
+    for (const std::string& xml : {attribute, type}) {
+        WriteFile(file, xml);
+        ASSERT_TRUE(Handle::PreprocessReading(WidePath(file), nullptr, log));
+        Handle reader(log, Handle::XMLIOTYPE_XERCES, false);
+        ASSERT_TRUE(reader.ReadFromString(CBasicStringView<char>(ReadFile(file))))
+            << ReadFile(file);
+        Handle content = reader.GetFirstSubElement().GetFirstSubElement(WIDE("fileContent"));
+        const std::string side = classxml::platform::WideToNarrow(content.GetContent());
+        EXPECT_EQ(ReadFile(side), "QUJD");
+        EXPECT_NE(ReadFile(file).find("R&amp;D"), std::string::npos);
+        reader.ReleaseDocument();
+    }
+    for (const std::string& xml : kept) {
+        WriteFile(file, xml);
+        EXPECT_TRUE(Handle::PreprocessReading(WidePath(file), nullptr, log));
+        EXPECT_EQ(ReadFile(file), xml);
+    }
+}
+
 TEST_F(PreprocessTest, APathWithoutDirectoryWorksInTheCurrentDirectory) {
     const fs::path previous = fs::current_path();
     fs::current_path(dir.Path());

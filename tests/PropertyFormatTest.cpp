@@ -118,10 +118,21 @@ TEST_F(PropertyFormatTest, NumbersAreWrittenInTheirFixedForms) {
 
 TEST_F(PropertyFormatTest, VersionNumbersKeepThreeDecimals) {
     const std::pair<double, View> cases[] = {
-        {1.0, WIDE("1")},      {1.001, WIDE("1.001")}, {1.01, WIDE("1.010")},
-        {1.1, WIDE("1.100")},  {2.5, WIDE("2.500")},   {10.125, WIDE("10.125")},
-        {2.05, WIDE("2.050")}, {2.005, WIDE("2.005")}, {2.9996, WIDE("2.001000")},
-        {0.0004, WIDE("0")},   {-1.5, WIDE("-1.500")},
+        {1.0, WIDE("1")},
+        {1.001, WIDE("1.001")},
+        {1.01, WIDE("1.010")},
+        {1.1, WIDE("1.100")},
+        {2.5, WIDE("2.500")},
+        {10.125, WIDE("10.125")},
+        {2.05, WIDE("2.050")},
+        {2.005, WIDE("2.005")},
+        {2.9996, WIDE("2.001000")},
+        {0.0004, WIDE("0")},
+        {-1.5, WIDE("-1.500")},
+        // The major number is any unsigned 64-bit integer; from 2^64 on the value is a double.
+        {1.8e19, WIDE("18000000000000000000")},
+        {18446744073709549568.0, WIDE("18446744073709549568")},
+        {18446744073709551616.0, WIDE("1.8446744073709552e+19")},
     };
     for (const auto& [value, text] : cases)
         EXPECT_EQ(Written(&Handle::AddDB_VERSIONNUMBERProperty, DB_VERSIONNUMBER(value)), text)

@@ -105,4 +105,24 @@ TEST_F(StressTest, ThreadsWorkTheirOwnDocumentsAndReleaseSharedOnesOnce) {
     EXPECT_EQ(CXercesIO::GetDocumentCount(), before); // nothing left registered
 }
 
+// Threads that each start and stop the engine around their own work: the count and the start
+// or stop change together, so none finds the engine stopped under it.
+TEST(EngineThreads, StartAndStopAroundTheirOwnWork) {
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < kRounds / 2; ++round) {
+                Handle::InitXMLEngine(Handle::XMLIOTYPE_XERCES);
+                if (!OneRound(t, round)) ++failures;
+                Handle::UninitXMLEngine(Handle::XMLIOTYPE_XERCES);
+            }
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(Handle::UninitXMLEngine(Handle::XMLIOTYPE_XERCES), 0u);
+}
+
 } // namespace

@@ -61,6 +61,12 @@ TEST_F(UntrustedDocumentTest, NoNetworkConnectionForAUrlSystemId) {
     EXPECT_EQ(FromMemory(xml), "");
     EXPECT_EQ(FromFile(xml), "");
     EXPECT_EQ(FromMemory("<!DOCTYPE a [<!ENTITY e SYSTEM \"" + url + "\">]><a>&e;</a>"), "");
+    // A path given to ReadFromFile names a local file, whatever it looks like.
+    for (const char* scheme : {"http", "https", "ftp", "file"}) {
+        const std::string address = scheme + url.substr(url.find(':'));
+        EXPECT_FALSE(NewHandle().ReadFromFile(classxml::platform::NarrowToWide(address)))
+            << address;
+    }
 
     // A connection would be waiting in the listener's backlog by now.
     listener.non_blocking(true);
@@ -70,16 +76,43 @@ TEST_F(UntrustedDocumentTest, NoNetworkConnectionForAUrlSystemId) {
     EXPECT_EQ(error, boost::asio::error::would_block) << "the parser opened a connection";
 }
 
-TEST_F(UntrustedDocumentTest, ExternalEntitiesOutsideTheDtdDirectoryAreRefused) {
+TEST_F(UntrustedDocumentTest, ExternalEntitiesThatCouldLeaveTheDtdDirectoryAreRefused) {
     const std::string secret = (dir / "secret.txt").string();
-    for (const std::string& id : {"file://" + secret, secret, std::string("../secret.txt"),
-                                  std::string("sub/../../secret.txt")}) {
+    for (const std::string& id :
+         {"file://" + secret, std::string("../secret.txt"), std::string("sub/../../secret.txt")}) {
         // Valid against root.dtd, so only the entity can make the parse fail.
         const std::string xml =
             "<!DOCTYPE a SYSTEM \"root.dtd\" [<!ENTITY x SYSTEM \"" + id + "\">]><a>&x;</a>";
         EXPECT_EQ(FromMemory(xml), "") << id;
         EXPECT_EQ(FromFile(xml), "") << id;
     }
+}
+
+// Any other id is looked up inside the directory, an absolute one too: it names a file there,
+// and the parser's complaint names that file.
+TEST_F(UntrustedDocumentTest, AbsoluteIdsAreLookedUpInsideTheDtdDirectory) {
+    const std::filesystem::path outside = dir / "outside.dtd";
+    if (!outside.string().starts_with("/")) GTEST_SKIP() << "a drive cannot be prefixed";
+    const std::filesystem::path inside = dir / "dtd" / outside.relative_path();
+    std::filesystem::create_directories(inside.parent_path());
+    WriteFile(outside, "<!ELEMENT a ANY>\n<!ATTLIST a kind CDATA 'outside'>\n");
+    WriteFile(inside, "<!ELEMENT a ANY>\n<!ATTLIST a kind CDATA 'inside'>\n");
+    const std::string xml = "<!DOCTYPE a SYSTEM \"" + outside.string() + "\"><a/>";
+    WriteFile(dir / "doc.xml", xml);
+    Handle file = NewHandle(), memory = NewHandle();
+    ASSERT_TRUE(file.ReadFromFile(WidePath(dir / "doc.xml")));
+    ASSERT_TRUE(memory.ReadFromString(CBasicStringView<char>(xml)));
+    EXPECT_EQ(file.GetAttributeValue(WIDE("kind")), Handle::View(WIDE("inside")));
+    EXPECT_EQ(memory.GetAttributeValue(WIDE("kind")), Handle::View(WIDE("inside")));
+    file.ReleaseDocument();
+    memory.ReleaseDocument();
+
+    std::filesystem::remove(inside);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(NewHandle().ReadFromFile(WidePath(dir / "doc.xml")));
+    const std::string complaint = testing::internal::GetCapturedStderr();
+    EXPECT_NE(complaint.find((dir / "dtd").string() + "/" + outside.string()), std::string::npos)
+        << complaint;
 }
 
 // The DTD and the entity it declares come from the directory: the document is accepted and

@@ -1,34 +1,66 @@
 #include "xmlio/EntityPolicy.h"
 
+#include "platform/Utf.h"
+#include "xmlio/DiagnosticLog.h"
+#include "xmlio/XercesText.h"
+
 namespace classxml::entity_policy {
 namespace {
 
 using View = CBasicStringView<WideChar>;
 
 bool IsSeparator(WideChar unit) { return unit == '/' || unit == '\\'; }
+bool IsLetter(WideChar unit) {
+    return (unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z');
+}
 
-// Anything that could leave the directory: a root, a drive or scheme, a step up.
-bool StaysInside(View relative) {
-    if (relative.empty() || IsSeparator(relative.front())) return false;
-    if (relative.find(WideChar(':')) != View::npos) return false; // "C:", "file:", "http:"
-    for (std::size_t start = 0; start <= relative.size();) {
+// "http:", "file:", "urn:": a name of two or more characters before a colon. One letter and a
+// colon is a drive.
+bool HasScheme(View id) {
+    std::size_t length = 0;
+    while (length < id.size() &&
+           (IsLetter(id[length]) ||
+            (length > 0 && (id[length] == '+' || id[length] == '-' || id[length] == '.' ||
+                            (id[length] >= '0' && id[length] <= '9')))))
+        ++length;
+    return length >= 2 && length < id.size() && id[length] == ':';
+}
+
+bool IsAbsolute(View id) {
+    return (!id.empty() && IsSeparator(id.front())) ||
+           (id.size() >= 2 && IsLetter(id[0]) && id[1] == ':');
+}
+
+bool HasStepUp(View id) {
+    for (std::size_t start = 0; start <= id.size();) {
         std::size_t end = start;
-        while (end < relative.size() && !IsSeparator(relative[end]))
+        while (end < id.size() && !IsSeparator(id[end]))
             ++end;
-        if (relative.substr(start, end - start) == View(WIDE(".."))) return false;
+        if (id.substr(start, end - start) == View(WIDE(".."))) return true;
         start = end + 1;
     }
-    return true;
+    return false;
 }
 
 } // namespace
 
-std::optional<CBasicString<WideChar>> ResolveInDtdDirectory(View systemId, View directory) {
-    View relative = systemId;
-    if (!directory.empty() && systemId.starts_with(directory))
-        relative.remove_prefix(directory.size());
-    if (!StaysInside(relative)) return std::nullopt;
-    return CBasicString<WideChar>(directory) + CBasicString<WideChar>(relative);
+Resolution ResolveInDtdDirectory(View systemId, View directory) {
+    if (systemId.empty()) return {{}, "it is empty"};
+    if (HasStepUp(systemId)) return {{}, "a \"..\" step could leave the DTD directory"};
+    if (HasScheme(systemId)) return {{}, "it names a URL or another scheme; only files are read"};
+    if (directory.empty()) {
+        if (IsAbsolute(systemId)) return {{}, "an absolute path, and no DTD directory is set"};
+        return {CBasicString<WideChar>(systemId)};
+    }
+    if (systemId.starts_with(directory)) return {CBasicString<WideChar>(systemId)};
+    return {CBasicString<WideChar>(directory) + CBasicString<WideChar>(systemId)};
+}
+
+void RecordRefusal(const XMLCh* systemId, const char* reason) {
+    const CBasicString<WideChar> message = WIDE("refused system id '") +
+                                           CBasicString<WideChar>(xerces_text::ViewOf(systemId)) +
+                                           WIDE("': ") + platform::NarrowToWide(reason);
+    diagnostics::Record(Diagnostic::Severity::Error, systemId, 0, 0, message.c_str());
 }
 
 xercesc::SecurityManager* ExpansionLimit() {

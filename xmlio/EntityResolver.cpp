@@ -17,8 +17,11 @@ CEntityResolver::~CEntityResolver() = default;
 // reads nothing for it and reports the entity as one it could not open.
 xercesc::InputSource* CEntityResolver::resolveEntity(const XMLCh* const,
                                                      const XMLCh* const systemId) {
-    const auto path =
+    const auto resolution =
         classxml::entity_policy::ResolveInDtdDirectory(ViewOf(systemId), m_dtdDirectory);
-    if (!path) return nullptr;
-    return new xercesc::LocalFileInputSource(Terminated(*path));
+    if (resolution.refusal) {
+        classxml::entity_policy::RecordRefusal(systemId, resolution.refusal);
+        return nullptr;
+    }
+    return new xercesc::LocalFileInputSource(Terminated(resolution.path));
 }

@@ -8,6 +8,7 @@
 #include "platform/Utf.h"
 #include "xmlio/DOMPrintErrorHandler.h"
 #include "xmlio/DOMTreeErrorReporter.h"
+#include "xmlio/DiagnosticLog.h"
 #include "xmlio/XercesText.h"
 
 namespace {
@@ -18,7 +19,11 @@ std::string Narrow(const XMLCh* text) {
 
 // Error at file "a.xml", line 3, column 7
 //    Message: <the parser's text>
-void WriteParseError(const char* opening, const xercesc::SAXParseException& exception) {
+// and the same as a diagnostic.
+void WriteParseError(const char* opening, classxml::Diagnostic::Severity severity,
+                     const xercesc::SAXParseException& exception) {
+    classxml::diagnostics::Record(severity, exception.getSystemId(), exception.getLineNumber(),
+                                  exception.getColumnNumber(), exception.getMessage());
     classxml::platform::WriteLineToStandardError(
         opening + Narrow(exception.getSystemId()) + "\", line " +
         std::to_string(exception.getLineNumber()) + ", column " +
@@ -34,12 +39,13 @@ void DOMTreeErrorReporter::warning(const xercesc::SAXParseException&) {}
 
 void DOMTreeErrorReporter::error(const xercesc::SAXParseException& exception) {
     sawErrors = true;
-    WriteParseError("Error at file \"", exception);
+    WriteParseError("Error at file \"", classxml::Diagnostic::Severity::Error, exception);
 }
 
 void DOMTreeErrorReporter::fatalError(const xercesc::SAXParseException& exception) {
     sawErrors = true;
-    WriteParseError("Fatal Error at file \"", exception);
+    WriteParseError("Fatal Error at file \"", classxml::Diagnostic::Severity::FatalError,
+                    exception);
 }
 
 void DOMTreeErrorReporter::resetErrors() { sawErrors = false; }
@@ -47,11 +53,17 @@ void DOMTreeErrorReporter::resetErrors() { sawErrors = false; }
 DOMPrintErrorHandler::~DOMPrintErrorHandler() = default;
 
 bool DOMPrintErrorHandler::handleError(const xercesc::DOMError& error) {
+    using Severity = classxml::Diagnostic::Severity;
     const char* opening = "\nFatal Message: ";
-    if (error.getSeverity() == xercesc::DOMError::DOM_SEVERITY_WARNING)
+    Severity severity = Severity::FatalError;
+    if (error.getSeverity() == xercesc::DOMError::DOM_SEVERITY_WARNING) {
         opening = "\nWarning Message: ";
-    else if (error.getSeverity() == xercesc::DOMError::DOM_SEVERITY_ERROR)
+        severity = Severity::Warning;
+    } else if (error.getSeverity() == xercesc::DOMError::DOM_SEVERITY_ERROR) {
         opening = "\nError Message: ";
+        severity = Severity::Error;
+    }
+    classxml::diagnostics::Record(severity, nullptr, 0, 0, error.getMessage());
     classxml::platform::WriteLineToStandardError(opening + Narrow(error.getMessage()));
     return true;
 }

@@ -8,11 +8,12 @@
 #include <boost/make_shared.hpp>
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
-#include <xercesc/util/XMLNetAccessor.hpp>
 
 #include "platform/Path.h"
+#include "xmlio/DocumentMemory.h"
 #include "xmlio/DocumentRegistry.h"
 #include "xmlio/XercesText.h"
+#include "xmlio/XmlText.h"
 
 using namespace xercesc;
 using classxml::xerces_text::Terminated;
@@ -45,11 +46,10 @@ bool CXercesIO::StartEngine() {
     const std::lock_guard lock(g_engineMutex);
     if (g_implementation.load(std::memory_order_relaxed)) return true;
     try {
+        // Xerces counts its start-ups, so an application that runs Xerces itself keeps it, with
+        // its network access: the library's own parsers never ask for a URL (see the entity
+        // policy and ParseFile).
         XMLPlatformUtils::Initialize(XMLUni::fgXercescDefaultLocale);
-        // Documents never make the library open a network connection: without a net
-        // accessor, Xerces refuses every URL that is not a local file.
-        delete XMLPlatformUtils::fgNetAccessor;
-        XMLPlatformUtils::fgNetAccessor = nullptr;
         g_implementation.store(DOMImplementationRegistry::getDOMImplementation(WIDE("LS")),
                                std::memory_order_release);
     } catch (const XMLException&) {
@@ -62,6 +62,7 @@ void CXercesIO::StopEngine() {
     const std::lock_guard lock(g_engineMutex);
     if (!g_implementation.load(std::memory_order_relaxed)) return;
     classxml::document_registry::ReleaseAll();
+    classxml::document_memory::FreeKept();
     XMLPlatformUtils::Terminate();
     g_implementation.store(nullptr, std::memory_order_release);
 }
@@ -93,6 +94,9 @@ CXercesIO::DOMDocument* CXercesIO::CreateDocument(const View& publicId, const Vi
                                                   const View& rootName) {
     DOMImplementation* implementation = classxml::xerces_engine::Implementation();
     if (!implementation || rootName.empty()) return nullptr;
+    // Identifiers that could not be written back (or read again) make no document.
+    if (!classxml::xml_text::IsPublicId(publicId) || !classxml::xml_text::IsSystemId(systemId))
+        return nullptr;
     DOMDocumentType* doctype = nullptr;
     if (!publicId.empty() || !systemId.empty()) {
         try {
@@ -105,7 +109,7 @@ CXercesIO::DOMDocument* CXercesIO::CreateDocument(const View& publicId, const Vi
     DOMDocument* document = nullptr;
     try {
         document = implementation->createDocument(nullptr, Terminated(rootName), doctype,
-                                                  XMLPlatformUtils::fgMemoryManager);
+                                                  classxml::document_memory::Memory());
     } catch (...) {
         if (doctype) doctype->release(); // not adopted by a document yet
         throw;

@@ -4,10 +4,12 @@
 #include <xercesc/dom/DOM.hpp>
 
 #include "xmlio/XercesText.h"
+#include "xmlio/XmlText.h"
 
 using namespace xercesc;
 using classxml::xerces_text::Terminated;
 using classxml::xerces_text::ViewOf;
+using classxml::xml_text::IsXmlText;
 
 CXercesStringHandler::~CXercesStringHandler() = default;
 
@@ -26,19 +28,31 @@ DOMElement* FirstWithName(DOMElement* element, const CXMLIO::View& name) {
     return element;
 }
 
-// A CDATA section cannot hold "]]>". Debian's Xerces 3.2 serialiser, asked to split such a
-// section, drops those three characters, so the text is stored as consecutive sections cut
-// between "]]" and ">"; content reading joins them back to the same text. `text` ends where
-// its zero-terminated storage ends, so only the cut pieces need copies.
+// A CDATA section cannot hold "]]>", and a carriage return in one reads back as a line feed.
+// So the text is stored as consecutive CDATA sections, cut between "]]" and ">", with every
+// carriage return as a text node of its own between them, which the serialiser writes as a
+// character reference; content reading joins them back to the same text. (Debian's Xerces 3.2
+// serialiser, asked to split a section itself, drops the three characters of "]]>".)
 void AppendCDATASections(DOMDocument* document, DOMElement* element, CXMLIO::View text) {
-    static constexpr CXMLIO::View kEndMarker = WIDE("]]>");
+    static constexpr CXMLIO::View kBreaks = WIDE("]\r");
     CBasicString<WideChar> piece;
-    for (std::size_t end; (end = text.find(kEndMarker)) != CXMLIO::View::npos;
-         text.remove_prefix(end + 2)) {
-        piece.assign(text.substr(0, end + 2));
-        element->appendChild(document->createCDATASection(Terminated(piece)));
+    const auto appendSection = [&](CXMLIO::View section) {
+        piece.assign(section);
+        element->appendChild(document->createCDATASection(piece.c_str()));
+    };
+    std::size_t start = 0; // of the section being collected
+    for (std::size_t at = text.find_first_of(kBreaks); at != CXMLIO::View::npos;
+         at = text.find_first_of(kBreaks, at + 1)) {
+        if (text[at] == WideChar('\r')) {
+            if (at > start) appendSection(text.substr(start, at - start));
+            element->appendChild(document->createTextNode(WIDE("\r")));
+            start = at + 1;
+        } else if (text.substr(at, 3) == CXMLIO::View(WIDE("]]>"))) {
+            appendSection(text.substr(start, at + 2 - start));
+            start = at + 2;
+        }
     }
-    element->appendChild(document->createCDATASection(Terminated(text)));
+    if (start < text.size() || start == 0) appendSection(text.substr(start));
 }
 
 } // namespace
@@ -54,8 +68,10 @@ bool CXercesIO::AppendChildElement(DOMDocument*, DOMElement* parent, DOMNode* ch
     return true;
 }
 
+// Text that no XML document can carry is refused by the three operations that put text into
+// one, so that whatever the library writes can be read back.
 bool CXercesIO::AppendTextContent(DOMDocument* document, DOMElement* element, const View& text) {
-    if (!document || !element) return false;
+    if (!document || !element || !IsXmlText(text)) return false;
     DOMText* node = document->createTextNode(Terminated(text));
     if (!node) return false;
     element->appendChild(node);
@@ -63,14 +79,14 @@ bool CXercesIO::AppendTextContent(DOMDocument* document, DOMElement* element, co
 }
 
 bool CXercesIO::AppendCDATAContent(DOMDocument* document, DOMElement* element, const View& text) {
-    if (!document || !element) return false;
-    AppendCDATASections(document, element, ViewOf(Terminated(text)));
+    if (!document || !element || !IsXmlText(text)) return false;
+    AppendCDATASections(document, element, text);
     return true;
 }
 
 bool CXercesIO::SetAttribute(DOMDocument*, DOMElement* element, const View& name,
                              const View& value) {
-    if (!element) return false;
+    if (!element || !IsXmlText(value)) return false;
     element->setAttribute(Terminated(name), Terminated(value));
     return true;
 }

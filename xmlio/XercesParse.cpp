@@ -1,5 +1,5 @@
-// Parsing documents from files (validated against their DTD) and from memory.
-#include <filesystem>
+// Parsing documents from files (validated against their DTD) and from memory, within the
+// parse limits.
 #include <memory>
 
 #include <boost/make_shared.hpp>
@@ -7,26 +7,50 @@
 #include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/Wrapper4InputSource.hpp>
+#include <xercesc/parsers/DOMLSParserImpl.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
+#include "platform/FileIO.h"
 #include "platform/Utf.h"
+#include "xmlio/DiagnosticLog.h"
+#include "xmlio/DocumentMemory.h"
 #include "xmlio/DocumentRegistry.h"
 #include "xmlio/EntityPolicy.h"
+#include "xmlio/LimitedParser.h"
 #include "xmlio/XercesEngine.h"
 #include "xmlio/XercesText.h"
 
 using namespace xercesc;
+using classxml::parse_limits::ActiveBudget;
+using classxml::parse_limits::Budget;
+using classxml::parse_limits::Limited;
+using classxml::parse_limits::LimitExceeded;
 using classxml::xerces_text::Terminated;
 
 namespace {
 
-// Notes, silently, that a memory parse met an error or a fatal error. Without it the
-// load-and-save parser hands back whatever it built before the error, and a truncated or
-// malformed buffer would pass for a good document.
+// The system id of every memory document.
+constexpr const XMLCh* kBufferId = WIDE("prodInfo");
+
+// Notes that a memory parse met an error or a fatal error, among the diagnostics only (a
+// memory parse writes nothing to standard error). Without it the load-and-save parser hands
+// back whatever it built before the error, and a truncated or malformed buffer would pass for
+// a good document.
 class MemoryParseErrors : public DOMErrorHandler {
 public:
     bool handleError(const DOMError& error) override {
-        if (error.getSeverity() == DOMError::DOM_SEVERITY_WARNING) return true;
+        using Severity = classxml::Diagnostic::Severity;
+        const Severity severity =
+            error.getSeverity() == DOMError::DOM_SEVERITY_WARNING ? Severity::Warning
+            : error.getSeverity() == DOMError::DOM_SEVERITY_ERROR ? Severity::Error
+                                                                  : Severity::FatalError;
+        const DOMLocator* where = error.getLocation();
+        const XMLCh* source =
+            where && where->getURI() && *where->getURI() ? where->getURI() : kBufferId;
+        classxml::diagnostics::Record(severity, source, where ? where->getLineNumber() : 0,
+                                      where ? where->getColumnNumber() : 0, error.getMessage());
+        if (severity == Severity::Warning) return true;
         sawErrors = true;
         return false;
     }
@@ -43,21 +67,25 @@ public:
 
     DOMLSInput* resolveResource(const XMLCh* const, const XMLCh* const, const XMLCh* const,
                                 const XMLCh* const systemId, const XMLCh* const) override {
-        const auto path = classxml::entity_policy::ResolveInDtdDirectory(
+        const auto resolution = classxml::entity_policy::ResolveInDtdDirectory(
             classxml::xerces_text::ViewOf(systemId), m_dtdDirectory);
-        if (!path) return nullptr;
-        std::error_code error;
-        const std::filesystem::path file(classxml::platform::Utf16ToUtf8(*path));
-        if (!std::filesystem::is_regular_file(file, error)) {
+        if (resolution.refusal) {
+            classxml::entity_policy::RecordRefusal(systemId, resolution.refusal);
+            return nullptr;
+        }
+        if (classxml::platform::FileLengthOf(resolution.path) < 0) {
             static const XMLByte nothing = 0;
             return new Wrapper4InputSource(new MemBufInputSource(&nothing, 0, systemId));
         }
-        return new Wrapper4InputSource(new LocalFileInputSource(Terminated(*path)));
+        return new Wrapper4InputSource(new LocalFileInputSource(Terminated(resolution.path)));
     }
 
 private:
     CBasicString<WideChar> m_dtdDirectory;
 };
+
+using MemoryParser = Limited<DOMLSParserImpl>;
+using FileParser = Limited<XercesDOMParser>;
 
 struct LSParserRelease {
     void operator()(DOMLSParser* parser) const { parser->release(); }
@@ -66,23 +94,45 @@ struct LSInputRelease {
     void operator()(DOMLSInput* input) const { input->release(); }
 };
 
+// The parser of one memory document, configured: no validation, no namespaces (names with a
+// colon read back as they were written, and deep or attribute-rich documents take linear time),
+// entities only as the entity policy allows.
+std::unique_ptr<MemoryParser, LSParserRelease> NewMemoryParser(Budget& budget) {
+    MemoryParser* parser = new (classxml::document_memory::Memory())
+        MemoryParser(budget, nullptr, classxml::document_memory::Memory(), nullptr);
+    std::unique_ptr<MemoryParser, LSParserRelease> owned(parser);
+    DOMConfiguration* config = parser->getDomConfig();
+    config->setParameter(XMLUni::fgDOMNamespaces, false);
+    config->setParameter(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+    config->setParameter(XMLUni::fgXercesSecurityManager,
+                         classxml::entity_policy::ExpansionLimit());
+    return owned;
+}
+
+void RecordStop(const MemoryParser& parser) {
+    const SAXParseException stop = parser.StopReport();
+    classxml::diagnostics::Record(classxml::Diagnostic::Severity::FatalError, stop.getSystemId(),
+                                  stop.getLineNumber(), stop.getColumnNumber(), stop.getMessage());
+}
+
 DOMDocument* ParseMemory(const XMLByte* bytes, XMLSize_t byteCount, const XMLCh* encoding) {
     DOMImplementation* implementation = classxml::xerces_engine::Implementation();
     if (!implementation || byteCount == 0) return nullptr;
+    classxml::diagnostics::Begin();
+    Budget budget(byteCount);
+    const ActiveBudget active(budget);
+    // Outside the try: the handlers below report where a limit stopped the parse.
+    std::unique_ptr<MemoryParser, LSParserRelease> parser;
     try {
-        std::unique_ptr<DOMLSParser, LSParserRelease> parser(implementation->createLSParser(
-            DOMImplementationLS::MODE_SYNCHRONOUS, nullptr, XMLPlatformUtils::fgMemoryManager));
-        if (!parser) return nullptr;
+        parser = NewMemoryParser(budget);
         MemoryParseErrors errors;
         MemoryEntityResolver resolver(CXercesIO::GetDtdDirectory());
         DOMConfiguration* config = parser->getDomConfig();
         config->setParameter(XMLUni::fgDOMErrorHandler, &errors);
         config->setParameter(XMLUni::fgDOMResourceResolver, &resolver);
-        config->setParameter(XMLUni::fgXercesDisableDefaultEntityResolution, true);
-        config->setParameter(XMLUni::fgXercesSecurityManager,
-                             classxml::entity_policy::ExpansionLimit());
 
-        MemBufInputSource source(bytes, byteCount, "prodInfo", false);
+        MemBufInputSource source(bytes, byteCount, kBufferId, false,
+                                 classxml::document_memory::Memory());
         DOMDocument* document = nullptr;
         {
             std::unique_ptr<DOMLSInput, LSInputRelease> input(implementation->createLSInput());
@@ -97,33 +147,58 @@ DOMDocument* ParseMemory(const XMLByte* bytes, XMLSize_t byteCount, const XMLCh*
         return classxml::document_registry::Register(
             document, boost::make_shared<CXercesIO::CDocumentProperties>(
                           nullptr, nullptr, nullptr, parser.release(), document));
-    } catch (const XMLException&) {
-        return nullptr; // the message is dropped: only the error handlers write text
-    } catch (const DOMException&) {
-        // Raised from inside the parse by malformed input (an XML declaration with version
-        // "1.." throws NOT_SUPPORTED_ERR): bad input gets a result, as it does from a file.
+    } catch (const LimitExceeded&) {
+        RecordStop(*parser);
+        return nullptr;
+    } catch (const OutOfMemoryException&) {
+        if (parser && budget.MemoryExceeded()) {
+            parser->StopHere(classxml::parse_limits::kTooLarge);
+            RecordStop(*parser);
+        }
+        return nullptr;
+    } catch (...) {
+        // Malformed input that Xerces answers with an exception (an XML declaration with
+        // version "1.." raises a DOMException): bad input gets a result.
         return nullptr;
     }
 }
 
 } // namespace
 
+// The path names a local file, never a URL: nothing is fetched from the network.
 CXercesIO::DOMDocument* CXercesIO::ParseFile(const View& path) {
     if (!classxml::xerces_engine::Implementation()) return nullptr;
-    auto parser = std::make_unique<XercesDOMParser>(nullptr, XMLPlatformUtils::fgMemoryManager);
+    classxml::diagnostics::Begin();
+    const CBasicString<WideChar> file(path);
+    Budget budget(static_cast<std::uint64_t>(
+        std::max<std::int64_t>(0, classxml::platform::FileLengthOf(file))));
+    const ActiveBudget active(budget);
     auto reporter = std::make_unique<DOMTreeErrorReporter>();
     auto resolver = std::make_unique<CEntityResolver>(GetDtdDirectory());
-    parser->setValidationScheme(XercesDOMParser::Val_Auto);
-    parser->setDoNamespaces(false);
-    parser->setDoSchema(false);
-    parser->setValidationSchemaFullChecking(false);
-    parser->setCreateEntityReferenceNodes(true);
-    parser->setErrorHandler(reporter.get());
-    parser->setEntityResolver(resolver.get());
-    parser->setDisableDefaultEntityResolution(true); // what the resolver refuses stays unread
-    parser->setSecurityManager(classxml::entity_policy::ExpansionLimit());
+    std::unique_ptr<FileParser> parser;
     try {
-        parser->parse(Terminated(path));
+        parser = std::make_unique<FileParser>(budget, nullptr, classxml::document_memory::Memory(),
+                                              nullptr);
+        parser->setValidationScheme(XercesDOMParser::Val_Auto);
+        parser->setDoNamespaces(false);
+        parser->setDoSchema(false);
+        parser->setValidationSchemaFullChecking(false);
+        parser->setCreateEntityReferenceNodes(true);
+        parser->setErrorHandler(reporter.get());
+        parser->setEntityResolver(resolver.get());
+        parser->setDisableDefaultEntityResolution(true); // what the resolver refuses stays unread
+        parser->setSecurityManager(classxml::entity_policy::ExpansionLimit());
+        const LocalFileInputSource source(Terminated(file), classxml::document_memory::Memory());
+        parser->parse(source);
+    } catch (const LimitExceeded&) {
+        reporter->fatalError(parser->StopReport());
+        return nullptr;
+    } catch (const OutOfMemoryException&) {
+        if (parser && budget.MemoryExceeded()) {
+            parser->StopHere(classxml::parse_limits::kTooLarge);
+            reporter->fatalError(parser->StopReport());
+        }
+        return nullptr;
     } catch (const XMLException&) {
         // Dropped; whether the document is kept depends on what the reporter saw.
     } catch (...) {

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdlib>
+
+#include <gtest/gtest.h>
+
+#include "platform/ProcessLimits.h"
+
+// Runs the statements in a child process under `limits` (classxml::platform::ProcessLimits); the
+// test fails unless the child finishes in time and the statements leave `ok` true. For what
+// could crash, hang or exhaust memory without the limits the library keeps. Where the platform
+// has no such limit (a file size on Windows) there is nothing to show, and the child passes.
+#define EXPECT_IN_CHILD(limits, ...)                                                               \
+    EXPECT_EXIT(                                                                                   \
+        {                                                                                          \
+            if (!::classxml::platform::LimitThisProcess(limits)) std::exit(0);                     \
+            bool ok = false;                                                                       \
+            __VA_ARGS__;                                                                           \
+            std::exit(ok ? 0 : 1);                                                                 \
+        },                                                                                         \
+        ::testing::ExitedWithCode(0), "")

@@ -1,0 +1,28 @@
+#include "xmlio/DiagnosticLog.h"
+
+#include "platform/PerThread.h"
+#include "platform/Utf.h"
+#include "xmlio/XercesText.h"
+
+namespace classxml {
+namespace {
+
+std::vector<Diagnostic>& ThisThreads() { return platform::PerThread<std::vector<Diagnostic>>(); }
+
+std::string Utf8(const XMLCh* text) {
+    const CBasicString<char8_t> utf8 = platform::Utf16ToUtf8(xerces_text::ViewOf(text));
+    return {utf8.begin(), utf8.end()};
+}
+
+} // namespace
+
+const std::vector<Diagnostic>& LastDiagnostics() { return ThisThreads(); }
+
+void diagnostics::Begin() { ThisThreads().clear(); }
+
+void diagnostics::Record(Diagnostic::Severity severity, const XMLCh* source, XMLFileLoc line,
+                         XMLFileLoc column, const XMLCh* message) {
+    ThisThreads().push_back({severity, Utf8(source), line, column, Utf8(message)});
+}
+
+} // namespace classxml

@@ -1,0 +1,46 @@
+#include "xmlio/ParseLimits.h"
+
+#include <algorithm>
+
+namespace classxml::parse_limits {
+namespace {
+
+thread_local Budget* t_activeBudget = nullptr;
+
+} // namespace
+
+Budget::Budget(std::uint64_t inputBytes)
+    : m_characterLimit(kCharactersPerByte * inputBytes + kCharacterAllowance),
+      m_memoryLimit(kMemoryPerByte * inputBytes + kMemoryAllowance) {}
+
+bool Budget::Deliver(std::uint64_t characters) {
+    m_characters += characters;
+    return m_characters <= m_characterLimit;
+}
+
+bool Budget::Take(std::uint64_t bytes) {
+    if (m_memory + bytes > m_memoryLimit && !m_memoryExceeded) {
+        m_memoryExceeded = true;
+        return false;
+    }
+    m_memory += bytes;
+    return true;
+}
+
+void Budget::GiveBack(std::uint64_t bytes) { m_memory -= std::min(bytes, m_memory); }
+
+ActiveBudget::ActiveBudget(Budget& budget) : m_previous(t_activeBudget) {
+    t_activeBudget = &budget;
+}
+
+ActiveBudget::~ActiveBudget() { t_activeBudget = m_previous; }
+
+bool ChargeActiveBudget(std::uint64_t bytes) {
+    return !t_activeBudget || t_activeBudget->Take(bytes);
+}
+
+void RefundActiveBudget(std::uint64_t bytes) {
+    if (t_activeBudget) t_activeBudget->GiveBack(bytes);
+}
+
+} // namespace classxml::parse_limits

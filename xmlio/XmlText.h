@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+
+#include "BasicString.h"
+
+// Which text an XML 1.0 document can hold, so that nothing goes into a document that cannot
+// come out of it again.
+namespace classxml::xml_text {
+
+// Every character is one XML 1.0 can carry: tab, line feed, carriage return, and everything
+// from U+0020 on except U+FFFE, U+FFFF and surrogates that are not a pair. A zero is none.
+inline bool IsXmlText(CBasicStringView<WideChar> text) {
+    const WideChar* unit = text.data();
+    const WideChar* const end = unit + text.size();
+    while (unit != end) {
+        const auto value = static_cast<std::uint16_t>(*unit++);
+        if (value >= 0x20 && value < 0xD800) continue; // by far the most common case
+        if (value < 0x20) {
+            if (value == 0x9 || value == 0xA || value == 0xD) continue;
+            return false;
+        }
+        if (value >= 0xE000) {
+            if (value >= 0xFFFE) return false;
+            continue;
+        }
+        if (value >= 0xDC00 || unit == end ||
+            (static_cast<std::uint16_t>(*unit) & 0xFC00) != 0xDC00)
+            return false;
+        ++unit; // a high surrogate and its low one
+    }
+    return true;
+}
+
+// A public identifier holds only the characters XML allows there.
+inline bool IsPublicId(CBasicStringView<WideChar> id) {
+    constexpr CBasicStringView<WideChar> kPunctuation = WIDE("-'()+,./:=?;!*#@$_%");
+    for (const WideChar unit : id) {
+        const bool alphanumeric = (unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z') ||
+                                  (unit >= '0' && unit <= '9');
+        if (!alphanumeric && unit != ' ' && unit != '\r' && unit != '\n' &&
+            kPunctuation.find(unit) == CBasicStringView<WideChar>::npos)
+            return false;
+    }
+    return true;
+}
+
+// A system identifier is written between double quotes, so it cannot hold one.
+inline bool IsSystemId(CBasicStringView<WideChar> id) {
+    return IsXmlText(id) && id.find(WideChar('"')) == CBasicStringView<WideChar>::npos;
+}
+
+} // namespace classxml::xml_text
