@@ -14,7 +14,8 @@ set(CLASSXML_PUBLIC_HEADER_FOLDERS
     "platform:Export.h FileIO.h LocalizationManager.h LoggingFile.h LoggingSourcePos.h"
     "basicio:BasicFileException.h VFile.h"
     "xmlio:Diagnostics.h XMLIO.h XercesForward.h XercesIO.h XercesStringHandler.h"
-    "XMLClassReaderWriter:AttributeMap.h XMLClassReaderWriter.h")
+    "XMLClassReaderWriter:AttributeMap.h XMLClassReaderWriter.h"
+    "archive:Archive.h DocumentReader.h DocumentWriter.h MemberPath.h Result.h TypeText.h")
 install(FILES ${CLASSXML_PUBLIC_HEADERS} DESTINATION ${CLASSXML_INCLUDE_DIR})
 foreach(entry IN LISTS CLASSXML_PUBLIC_HEADER_FOLDERS)
     string(REPLACE ":" ";" parts "${entry}")

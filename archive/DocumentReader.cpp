@@ -1,0 +1,219 @@
+#include "archive/DocumentReader.h"
+
+#include "XMLClassReaderWriter/ValueText.h"
+#include "archive/Engine.h"
+#include "archive/WideText.h"
+#include "platform/Utf.h"
+
+namespace classxml::archive_detail {
+namespace {
+
+using Handle = CXMLClassReaderWriter;
+using Wide = CBasicString<WideChar>;
+
+// A found text for a message: quoted, and cut short when long.
+std::string Quoted(CBasicStringView<WideChar> text) {
+    constexpr std::size_t kShown = 40;
+    const std::string utf8 = Utf8Of(text.substr(0, kShown));
+    return '"' + utf8 + (text.size() > kShown ? "...\"" : "\"");
+}
+
+// GetContent writes each line feed of a text node as CR LF; the text as it was has one carriage
+// return fewer before each line feed.
+Wide AsWritten(const Wide& content) {
+    Wide text;
+    text.reserve(content.size());
+    for (const WideChar unit : content) {
+        if (unit == WideChar('\n') && !text.empty() && text.back() == WideChar('\r'))
+            text.back() = unit;
+        else
+            text.push_back(unit);
+    }
+    return text;
+}
+
+} // namespace
+
+DocumentReader::DocumentReader()
+    : m_root(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true) {
+    EnsureEngine();
+}
+
+DocumentReader::~DocumentReader() { m_root.ReleaseDocument(); }
+
+bool DocumentReader::LoadFile(std::string_view path, std::string_view rootName) {
+    m_path.Enter(rootName);
+    const Wide file =
+        platform::Utf8ToUtf16({reinterpret_cast<const char8_t*>(path.data()), path.size()});
+    return Parsed(m_root.ReadFromFile(file), rootName);
+}
+
+bool DocumentReader::LoadString(std::string_view utf8, std::string_view rootName) {
+    m_path.Enter(rootName);
+    return Parsed(m_root.ReadFromString(CBasicStringView<char>(utf8.data(), utf8.size())),
+                  rootName);
+}
+
+bool DocumentReader::Parsed(bool parsed, std::string_view rootName) {
+    m_result.diagnostics = LastDiagnostics();
+    if (!parsed) return Fail("a well-formed, valid document", "one that is not");
+    m_open.push_back({m_root, 0});
+    return IsClass(rootName);
+}
+
+bool DocumentReader::IsClass(std::string_view elementName) {
+    if (Failed()) return false;
+    const std::string found = Utf8Of(m_open.back().element.GetElementName());
+    if (found == elementName) return true;
+    return Fail("class element " + std::string(elementName), "element " + found);
+}
+
+// An item is named in a path by its element's name.
+void DocumentReader::Push(Handle element, std::size_t index, std::string_view name) {
+    if (index)
+        m_path.Enter(Utf8Of(element.GetElementName()), index);
+    else
+        m_path.Enter(name);
+    m_open.push_back({std::move(element), index});
+}
+
+bool DocumentReader::HasMember(std::string_view name) {
+    return !Failed() && m_open.back().element.GetFirstSubElement(WideText(name).view()).IsDefined();
+}
+
+bool DocumentReader::HasClassMember(std::string_view elementName, std::string_view variableName) {
+    return !Failed() && FindClassMember(elementName, variableName).IsDefined();
+}
+
+bool DocumentReader::EnterMember(std::string_view name) {
+    if (Failed()) return false;
+    Handle member = m_open.back().element.GetFirstSubElement(WideText(name).view());
+    if (!member.IsDefined()) return Fail("a member", "none", name);
+    Push(std::move(member), 0, name);
+    return true;
+}
+
+Handle DocumentReader::FindClassMember(std::string_view elementName,
+                                       std::string_view variableName) {
+    const WideText element(elementName), variable(variableName);
+    Handle member = m_open.back().element.GetFirstSubElement(element.view());
+    while (member.IsDefined() && !member.IsVariableName(variable.view()))
+        member = member.GetNextElement(element.view());
+    return member;
+}
+
+bool DocumentReader::EnterClassMember(std::string_view elementName, std::string_view variableName) {
+    if (Failed()) return false;
+    Handle member = FindClassMember(elementName, variableName);
+    if (!member.IsDefined())
+        return Fail("a class element " + std::string(elementName), "none", variableName);
+    Push(std::move(member), 0, variableName);
+    return true;
+}
+
+bool DocumentReader::FirstItem() {
+    if (Failed()) return false;
+    Handle first = m_open.back().element.GetFirstSubElement();
+    if (!first.IsDefined()) return false;
+    Push(std::move(first), 1);
+    return true;
+}
+
+bool DocumentReader::NextItem() {
+    if (Failed()) return false;
+    Handle next = m_open.back().element.GetNextElement();
+    const std::size_t index = m_open.back().index + 1;
+    Leave();
+    if (!next.IsDefined()) return false;
+    Push(std::move(next), index);
+    return true;
+}
+
+void DocumentReader::Leave() {
+    m_open.pop_back();
+    m_path.Leave();
+}
+
+bool DocumentReader::IsContainer(std::string_view kind, std::string_view itemType,
+                                 std::string_view valueType) {
+    if (Failed()) return false;
+    Handle& element = m_open.back().element;
+    const auto attribute = [&](Handle::View name) {
+        return element.HasAttribute(name) ? Utf8Of(element.GetAttributeValue(name)) : std::string();
+    };
+    const bool map = kind == "map";
+    const std::string foundKind = attribute(Handle::KEY_TYPE);
+    const std::string foundItem = attribute(Handle::VARKEY_TYPE);
+    const std::string foundValue = map ? attribute(Handle::VAR_TYPE) : std::string();
+    if (foundKind == kind && foundItem == itemType && foundValue == valueType) return true;
+    const auto describe = [map](std::string_view k, std::string_view i, std::string_view v) {
+        return std::string(k) + " of " + std::string(i) + (map ? " to " + std::string(v) : "");
+    };
+    return Fail(describe(kind, itemType, valueType), describe(foundKind, foundItem, foundValue));
+}
+
+const Wide* DocumentReader::Content(std::string_view type) {
+    if (Failed()) return nullptr;
+    Handle& element = m_open.back().element;
+    if (element.HasAttribute(Handle::KEY_TYPE)) {
+        const std::string found = Utf8Of(element.GetAttributeValue(Handle::KEY_TYPE));
+        if (found != type) {
+            Fail(std::string(type), "keytype " + found);
+            return nullptr;
+        }
+    }
+    return &element.GetContent();
+}
+
+template <class Value>
+bool DocumentReader::ReadValue(std::string_view type, Value& value) {
+    const Wide* text = Content(type);
+    if (!text) return false;
+    const auto parsed = value_text::Codec<Value>::ParseExact(*text);
+    if (!parsed) return Fail(std::string(type), Quoted(*text));
+    value = *parsed;
+    return true;
+}
+
+// clang-format off
+bool DocumentReader::Read(std::string_view type, std::int32_t& value) { return ReadValue(type, value); }
+bool DocumentReader::Read(std::string_view type, std::int64_t& value) { return ReadValue(type, value); }
+bool DocumentReader::Read(std::string_view type, std::uint32_t& value) { return ReadValue(type, value); }
+bool DocumentReader::Read(std::string_view type, std::uint64_t& value) { return ReadValue(type, value); }
+bool DocumentReader::Read(std::string_view type, bool& value) { return ReadValue(type, value); }
+bool DocumentReader::Read(std::string_view type, double& value) { return ReadValue(type, value); }
+bool DocumentReader::Read(std::string_view type, DB_ID& value) { return ReadValue(type, value); }
+bool DocumentReader::Read(std::string_view type, DB_GROUP_ID& value) { return ReadValue(type, value); }
+bool DocumentReader::Read(std::string_view type, DB_USER_ID& value) { return ReadValue(type, value); }
+bool DocumentReader::Read(std::string_view type, DB_TIME_TYPE& value) { return ReadValue(type, value); }
+bool DocumentReader::Read(std::string_view type, DB_UTC_TIME_TYPE& value) { return ReadValue(type, value); }
+bool DocumentReader::Read(std::string_view type, DB_VERSIONNUMBER& value) { return ReadValue(type, value); }
+// clang-format on
+
+bool DocumentReader::Read(std::string_view type, std::string& value) {
+    const Wide* text = Content(type);
+    if (!text) return false;
+    value = Utf8Of(AsWritten(*text));
+    return true;
+}
+
+bool DocumentReader::Read(std::string_view type, std::u16string& value) {
+    const Wide* text = Content(type);
+    if (!text) return false;
+    const Wide written = AsWritten(*text);
+    value.assign(written.begin(), written.end());
+    return true;
+}
+
+bool DocumentReader::Fail(std::string expected, std::string found, std::string_view leaf) {
+    if (Failed()) return false;
+    m_result.ok = false;
+    m_result.path = m_path.Text(leaf);
+    m_result.expected = std::move(expected);
+    m_result.found = std::move(found);
+    return false;
+}
+
+Result DocumentReader::TakeResult() { return std::move(m_result); }
+
+} // namespace classxml::archive_detail

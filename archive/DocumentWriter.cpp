@@ -1,0 +1,172 @@
+#include "archive/DocumentWriter.h"
+
+#include <xercesc/dom/DOMException.hpp>
+
+#include "archive/Engine.h"
+#include "archive/WideText.h"
+#include "platform/Utf.h"
+
+namespace classxml::archive_detail {
+
+using Handle = CXMLClassReaderWriter;
+using View = Handle::View;
+
+DocumentWriter::DocumentWriter(std::string_view rootName, const DocumentType& doctype)
+    : m_root(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true) {
+    EnsureEngine();
+    const WideText root(rootName), publicId(doctype.publicId), systemId(doctype.systemId);
+    m_path.Enter(rootName);
+    if (!m_root.CreateDocument(root.view(), publicId.view(), systemId.view())) {
+        Refuse({},
+               "a document with root element \"" + std::string(rootName) + '"' +
+                   (doctype.publicId.empty() && doctype.systemId.empty() ? "" : " and DOCTYPE"),
+               "the engine refusing it");
+        return;
+    }
+    m_open.push_back(m_root);
+}
+
+DocumentWriter::~DocumentWriter() { m_root.ReleaseDocument(); }
+
+void DocumentWriter::Open(Handle element, std::string_view name, std::size_t index) {
+    m_path.Enter(name, index);
+    if (!element.IsDefined()) Refuse({}, "a name and text XML can carry", "one it cannot");
+    m_open.push_back(std::move(element));
+}
+
+void DocumentWriter::BeginClass(std::string_view elementName, std::string_view variableName,
+                                std::size_t index) {
+    if (!m_result) return Open(m_root, elementName, index); // keeps Begin and End paired
+    const WideText element(elementName), variable(variableName);
+    Open(Made(elementName,
+              [&] { return m_open.back().CreateClass(element.view(), variable.view()); }),
+         variableName.empty() ? elementName : variableName, index);
+}
+
+void DocumentWriter::BeginSequence(std::string_view name, std::string_view kind,
+                                   std::string_view itemType, std::size_t index) {
+    if (!m_result) return Open(m_root, name, index);
+    const WideText element(name), item(itemType);
+    Handle& parent = m_open.back();
+    Open(Made(name,
+              [&] {
+                  return kind == "list"  ? parent.AddLISTProperty(element.view(), item.view())
+                         : kind == "set" ? parent.AddSETProperty(element.view(), item.view())
+                                         : parent.AddVECTORProperty(element.view(), item.view());
+              }),
+         name, index);
+}
+
+void DocumentWriter::BeginMap(std::string_view name, std::string_view keyType,
+                              std::string_view valueType, std::size_t index) {
+    if (!m_result) return Open(m_root, name, index);
+    const WideText element(name), key(keyType), value(valueType);
+    Open(Made(name,
+              [&] {
+                  return m_open.back().AddMAPProperty(element.view(), key.view(), value.view());
+              }),
+         name, index);
+}
+
+// The DOM raises an exception for a name it rejects; the archive reports it as a failure.
+template <class Make>
+Handle DocumentWriter::Made(std::string_view name, Make make) {
+    try {
+        return make();
+    } catch (const xercesc::DOMException&) {
+        Refuse({}, "an element name XML allows", '"' + std::string(name) + '"');
+        return m_root;
+    }
+}
+
+void DocumentWriter::End() {
+    m_open.pop_back();
+    m_path.Leave();
+}
+
+template <class Writer>
+void DocumentWriter::Put(std::string_view name, std::string_view type, Writer add) {
+    if (!m_result) return;
+    const WideText element(name), typeText(type);
+    if (!Made(name, [&] {
+             return add(m_open.back(), element.view(), typeText.view());
+         }).IsDefined())
+        Refuse(name, "text XML can carry", "a character it cannot");
+}
+
+// Each C++ type goes to the handle's writer of its family.
+#define CLASSXML_WRITE(Type, Writer)                                                               \
+    void DocumentWriter::Write(std::string_view name, std::string_view type, Type value) {         \
+        Put(name, type, [&](Handle& h, View n, View t) { return h.Writer(n, t, value); });         \
+    }
+CLASSXML_WRITE(std::int32_t, AddintProperty)
+CLASSXML_WRITE(std::int64_t, Add__int64Property)
+CLASSXML_WRITE(std::uint32_t, AddUINTProperty)
+CLASSXML_WRITE(std::uint64_t, AddDWORD64Property)
+CLASSXML_WRITE(bool, AddboolProperty)
+CLASSXML_WRITE(double, AdddoubleProperty)
+CLASSXML_WRITE(DB_ID, AddDB_IDProperty)
+CLASSXML_WRITE(DB_TIME_TYPE, AddDB_TIME_TYPEProperty)
+CLASSXML_WRITE(DB_UTC_TIME_TYPE, AddDB_UTC_TIME_TYPEProperty)
+CLASSXML_WRITE(DB_VERSIONNUMBER, AddDB_VERSIONNUMBERProperty)
+#undef CLASSXML_WRITE
+
+// Group and user ids have no writer of their own; they are 64-bit numbers like DB_ID.
+void DocumentWriter::Write(std::string_view name, std::string_view type, DB_GROUP_ID value) {
+    Write(name, type, value.get());
+}
+void DocumentWriter::Write(std::string_view name, std::string_view type, DB_USER_ID value) {
+    Write(name, type, value.get());
+}
+
+void DocumentWriter::Write(std::string_view name, std::string_view type, std::string_view value) {
+    const WideText text(value);
+    if (!text.valid()) return Refuse(name, "UTF-8 text", "an ill-formed byte sequence");
+    Put(name, type,
+        [&](Handle& h, View n, View t) { return h.AddAlpTStringProperty(n, t, text.view()); });
+}
+
+void DocumentWriter::Write(std::string_view name, std::string_view type,
+                           std::u16string_view value) {
+    const View text(reinterpret_cast<const WideChar*>(value.data()), value.size());
+    Put(name, type, [&](Handle& h, View n, View t) { return h.AddAlpTStringProperty(n, t, text); });
+}
+
+void DocumentWriter::WriteEnumerator(std::string_view name, std::string_view type,
+                                     std::string_view value) {
+    const WideText text(value);
+    Put(name, type,
+        [&](Handle& h, View n, View t) { return h.AddENUMProperty(n, t, text.view()); });
+}
+
+void DocumentWriter::Refuse(std::string_view name, std::string expected, std::string found) {
+    if (!m_result) return;
+    m_result.ok = false;
+    m_result.path = m_path.Text(name);
+    m_result.expected = std::move(expected);
+    m_result.found = std::move(found);
+}
+
+Result DocumentWriter::SaveToFile(std::string_view path) {
+    if (!m_result) return m_result;
+    if (!m_root.SaveToFile(
+            platform::Utf8ToUtf16({reinterpret_cast<const char8_t*>(path.data()), path.size()})))
+        Refuse({}, "the document saved to \"" + std::string(path) + '"', "the save failing");
+    m_result.diagnostics = LastDiagnostics();
+    return m_result;
+}
+
+Result DocumentWriter::SaveToString(std::string& utf8) {
+    if (!m_result) return m_result;
+    char8_t* buffer = nullptr;
+    unsigned long long length = 0;
+    if (m_root.SaveToString(&buffer, length, true))
+        utf8.assign(reinterpret_cast<const char*>(buffer), length);
+    else
+        Refuse({}, "the document saved to a string", "the save failing");
+    Handle::FreeMemory(&buffer);
+    m_result.diagnostics = LastDiagnostics();
+    return m_result;
+}
+
+} // namespace classxml::archive_detail

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "archive/MemberPath.h"
+#include "archive/Result.h"
+
+namespace classxml {
+
+/// @ingroup archive
+/// The DOCTYPE a saved document names; none when both ids are empty.
+struct DocumentType {
+    std::string publicId; ///< UTF-8
+    std::string systemId; ///< UTF-8; the DTD's path or name, looked up as the engine's rule says
+};
+
+namespace archive_detail {
+
+// Builds one document through the handle: the root class element, class elements with their
+// variable names, container elements and property elements, each by the handle's own writer.
+// The first write that fails is kept, with the member's path, and later writes are skipped.
+class CLASSXML_API DocumentWriter {
+public:
+    DocumentWriter(std::string_view rootName, const DocumentType& doctype);
+    ~DocumentWriter();
+    DocumentWriter(const DocumentWriter&) = delete;
+    DocumentWriter& operator=(const DocumentWriter&) = delete;
+
+    // A class element (`variableName` empty for a container's item); writes go into it until End.
+    void BeginClass(std::string_view elementName, std::string_view variableName,
+                    std::size_t index = 0);
+    // A container element of `kind` ("vector", "list" or "set").
+    void BeginSequence(std::string_view name, std::string_view kind, std::string_view itemType,
+                       std::size_t index = 0);
+    void BeginMap(std::string_view name, std::string_view keyType, std::string_view valueType,
+                  std::size_t index = 0);
+    void End();
+
+    void Write(std::string_view name, std::string_view type, std::int32_t value);
+    void Write(std::string_view name, std::string_view type, std::int64_t value);
+    void Write(std::string_view name, std::string_view type, std::uint32_t value);
+    void Write(std::string_view name, std::string_view type, std::uint64_t value);
+    void Write(std::string_view name, std::string_view type, bool value);
+    void Write(std::string_view name, std::string_view type, double value);
+    void Write(std::string_view name, std::string_view type, DB_ID value);
+    void Write(std::string_view name, std::string_view type, DB_GROUP_ID value);
+    void Write(std::string_view name, std::string_view type, DB_USER_ID value);
+    void Write(std::string_view name, std::string_view type, DB_TIME_TYPE value);
+    void Write(std::string_view name, std::string_view type, DB_UTC_TIME_TYPE value);
+    void Write(std::string_view name, std::string_view type, DB_VERSIONNUMBER value);
+    // Text in UTF-8; ill-formed UTF-8 is refused rather than replaced.
+    void Write(std::string_view name, std::string_view type, std::string_view value);
+    void Write(std::string_view name, std::string_view type, std::u16string_view value);
+    void WriteEnumerator(std::string_view name, std::string_view type, std::string_view value);
+    // Reports a value the archive cannot write (an enumerator missing from its table).
+    void Refuse(std::string_view name, std::string expected, std::string found);
+
+    Result SaveToFile(std::string_view path);
+    Result SaveToString(std::string& utf8);
+
+private:
+    template <class Make>
+    CXMLClassReaderWriter Made(std::string_view name, Make make);
+    template <class Writer>
+    void Put(std::string_view name, std::string_view type, Writer add);
+    void Open(CXMLClassReaderWriter element, std::string_view name, std::size_t index);
+
+    CXMLClassReaderWriter m_root;
+    std::vector<CXMLClassReaderWriter> m_open; // the root, then each element begun
+    MemberPath m_path;
+    Result m_result;
+};
+
+} // namespace archive_detail
+} // namespace classxml

@@ -1,0 +1,217 @@
+#include <cmath>
+#include <deque>
+#include <limits>
+#include <list>
+
+#include <gtest/gtest.h>
+
+#include "archive/Archive.h"
+#include "support/TempDir.h"
+
+namespace {
+
+enum class Color { Red, Green };
+enum Level : short { Low = -2, High = 7 }; // no names: written as numbers
+
+struct Point {
+    double x = 0, y = 0;
+    bool operator==(const Point&) const = default;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(x), CLASSXML_NVP(y));
+    }
+};
+
+struct Everything {
+    std::int32_t i32 = std::numeric_limits<std::int32_t>::min();
+    std::int64_t i64 = std::numeric_limits<std::int64_t>::max();
+    std::uint32_t u32 = std::numeric_limits<std::uint32_t>::max();
+    std::uint64_t u64 = std::numeric_limits<std::uint64_t>::max();
+    short small = -32768;
+    bool flag = true;
+    double real = -0.1;
+    float single = 1.5f;
+    std::string text = "line\r\nnext\rlast\n été 𝄞 <&>";
+    std::u16string wide = u"ü\r\n";
+    std::string empty;
+    DB_ID id{123456789012345};
+    DB_TIME_TYPE time{46000.75};
+    DB_VERSIONNUMBER version{2.05};
+    Color color = Color::Green;
+    Level level = High;
+    std::optional<std::int32_t> present = 5, absent;
+    std::vector<std::vector<int>> nested{{1, 2}, {}, {3}};
+    std::list<std::string> names{"a", "b"};
+    std::deque<bool> bits{true, false};
+    std::set<std::int64_t> keys{-1, 9};
+    std::map<std::string, Point> points{{"o", {0, 0}}, {"p", {1.5, -2}}};
+    std::map<int, std::vector<std::string>> lists{{1, {"x"}}, {2, {}}};
+    Point point{3, 4};
+
+    bool operator==(const Everything&) const = default;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(i32), CLASSXML_NVP(i64), CLASSXML_NVP(u32), CLASSXML_NVP(u64),
+           CLASSXML_NVP(small), CLASSXML_NVP(flag), CLASSXML_NVP(real), CLASSXML_NVP(single),
+           CLASSXML_NVP(text), CLASSXML_NVP(wide), CLASSXML_NVP(empty), CLASSXML_NVP(id));
+        ar("time", time)("version", version)("color", color)("level", level);
+        ar(CLASSXML_NVP(present), CLASSXML_NVP(absent), CLASSXML_NVP(nested), CLASSXML_NVP(names),
+           CLASSXML_NVP(bits), CLASSXML_NVP(keys), CLASSXML_NVP(points), CLASSXML_NVP(lists),
+           CLASSXML_NVP(point));
+    }
+};
+
+struct Station {
+    std::string name;
+    std::vector<Point> sensors;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(name), CLASSXML_NVP(sensors));
+    }
+};
+
+struct NamedWrongly {
+    std::string& value;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar("no spaces", value);
+    }
+};
+
+} // namespace
+
+template <>
+struct classxml::EnumNames<Color> {
+    static constexpr std::pair<Color, std::string_view> names[] = {{Color::Red, "red"},
+                                                                   {Color::Green, "green"}};
+};
+
+TEST(ArchiveTest, EveryTypeAndContainerComesBackExactly) {
+    const Everything saved;
+    std::string xml;
+    ASSERT_TRUE(classxml::SaveToString(xml, saved)) << xml;
+    EXPECT_NE(xml.find("<Everything><i32 keytype=\"int\">-2147483648</i32>"), std::string::npos);
+    EXPECT_NE(xml.find("<color keytype=\"Color\">green</color>"), std::string::npos);
+    EXPECT_NE(xml.find("<level keytype=\"int\">7</level>"), std::string::npos);
+    EXPECT_NE(xml.find("<points keytype=\"map\" varkeytype=\"CUTF8String\" vartype=\"Point\">"
+                       "<key keytype=\"CUTF8String\">o</key><Point>"),
+              std::string::npos);
+    EXPECT_NE(xml.find("<Point varname=\"point\">"), std::string::npos);
+    EXPECT_EQ(xml.find("absent"), std::string::npos);
+
+    Everything loaded;
+    loaded.absent = 1;
+    loaded.nested.clear();
+    const classxml::Result result = classxml::LoadFromString(xml, loaded);
+    ASSERT_TRUE(result) << result.Message();
+    EXPECT_EQ(loaded, saved);
+
+    const classxml::testing::TempDir directory;
+    const std::string file = (directory / "everything.xml").string();
+    Everything fromFile;
+    fromFile.i32 = 0;
+    ASSERT_TRUE(classxml::SaveToFile(file, saved));
+    ASSERT_TRUE(classxml::LoadFromFile(file, fromFile));
+    EXPECT_EQ(fromFile, saved);
+}
+
+TEST(ArchiveTest, MembersAreFoundByNameWhateverTheOrderAndUnknownOnesAreSkipped) {
+    Station station;
+    ASSERT_TRUE(classxml::LoadFromString(
+        "<Station><sensors keytype=\"vector\" varkeytype=\"Point\"><Point><y keytype=\"double\">2"
+        "</y><extra/><x keytype=\"double\">1</x></Point></sensors><note>skip</note>"
+        "<name keytype=\"CUTF8String\">N</name></Station>",
+        station));
+    EXPECT_EQ(station.name, "N");
+    EXPECT_EQ(station.sensors, (std::vector<Point>{{1, 2}}));
+}
+
+TEST(ArchiveTest, AFailedLoadNamesTheMemberAndLeavesTheObjectAsItWas) {
+    const auto failure = [](const std::string& second) {
+        Station station{"kept", {}};
+        const classxml::Result result = classxml::LoadFromString(
+            "<Station><name keytype=\"CUTF8String\">n</name><sensors keytype=\"vector\" "
+            "varkeytype=\"Point\"><Point><x keytype=\"double\">1</x><y keytype=\"double\">1</y>"
+            "</Point><Point><x keytype=\"double\">1</x>" +
+                second + "</Point></sensors></Station>",
+            station);
+        EXPECT_FALSE(result);
+        EXPECT_EQ(station.name, "kept");
+        return result.path + ": " + result.expected + " / " + result.found;
+    };
+    EXPECT_EQ(failure("<y keytype=\"double\">12abc</y>"),
+              "Station/sensors/Point[2]/y: double / \"12abc\"");
+    EXPECT_EQ(failure("<y keytype=\"double\"> 7 </y>"),
+              "Station/sensors/Point[2]/y: double / \" 7 \"");
+    EXPECT_EQ(failure("<y keytype=\"int\">7</y>"),
+              "Station/sensors/Point[2]/y: double / keytype int");
+    EXPECT_EQ(failure(""), "Station/sensors/Point[2]/y: a member / none");
+
+    Everything everything;
+    const auto load = [&](const std::string& member) {
+        return classxml::LoadFromString("<Everything>" + member + "</Everything>", everything);
+    };
+    EXPECT_EQ(load("<i32 keytype=\"int\">99999999999</i32>").found, "\"99999999999\"");
+    EXPECT_EQ(load("<i32 keytype=\"int\">1</i32><i64 keytype=\"__int64\">1</i64><u32 "
+                   "keytype=\"UINT\">1</u32><u64 keytype=\"DWORD64\">1</u64><small "
+                   "keytype=\"int\">40000</small>")
+                  .path,
+              "Everything/small");
+
+    const classxml::Result broken = classxml::LoadFromString("<Everything><i32>", everything);
+    EXPECT_EQ(broken.expected, "a well-formed, valid document");
+    ASSERT_FALSE(broken.diagnostics.empty());
+    EXPECT_EQ(broken.diagnostics[0].source, "prodInfo");
+}
+
+TEST(ArchiveTest, TextXmlCannotCarryIsRefusedAtSaveNamingTheMember) {
+    std::string xml = "untouched";
+    Station station{"ok", {}};
+    station.name = std::string("bell\x07");
+    classxml::Result result = classxml::SaveToString(xml, station);
+    EXPECT_FALSE(result);
+    EXPECT_EQ(result.path, "Station/name");
+    EXPECT_EQ(xml, "untouched");
+    station.name = "\xC3(";
+    result = classxml::SaveToString(xml, station);
+    EXPECT_EQ(result.path + ": " + result.found, "Station/name: an ill-formed byte sequence");
+
+    std::string value;
+    result = classxml::SaveToString(xml, NamedWrongly{value});
+    EXPECT_EQ(result.path + ": " + result.found, "NamedWrongly: \"no spaces\"");
+}
+
+TEST(ArchiveTest, DocumentsCrossBetweenTheArchiveAndTheHandle) {
+    using Handle = CXMLClassReaderWriter;
+    Handle root(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true);
+    ASSERT_TRUE(root.CreateDocument(WIDE("Station"), {}, {}));
+    root.AddAlpTStringProperty(WIDE("name"), WIDE("CUTF8String"), WIDE("by hand"));
+    Handle sensors = root.AddVECTORProperty(WIDE("sensors"), WIDE("Point"));
+    Handle point = sensors.CreateClass(WIDE("Point"), WIDE(""));
+    point.AdddoubleProperty(WIDE("x"), WIDE("double"), 0.5);
+    point.AdddoubleProperty(WIDE("y"), WIDE("double"), -1);
+    char* buffer = nullptr;
+    unsigned long long length = 0;
+    ASSERT_TRUE(root.SaveToString(&buffer, length, true));
+    const std::string byHand(buffer, length);
+    Handle::FreeMemory(&buffer);
+    root.ReleaseDocument();
+
+    Station station;
+    ASSERT_TRUE(classxml::LoadFromString(byHand, station));
+    EXPECT_EQ(station.name, "by hand");
+    EXPECT_EQ(station.sensors, (std::vector<Point>{{0.5, -1}}));
+
+    std::string byArchive;
+    ASSERT_TRUE(classxml::SaveToString(byArchive, station));
+    EXPECT_EQ(byArchive, byHand);
+    Handle read(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true);
+    ASSERT_TRUE(read.ReadFromString(CBasicStringView<char>(byArchive.data(), byArchive.size())));
+    double y = 0;
+    EXPECT_TRUE(read.GetFirstSubElement(WIDE("sensors"))
+                    .GetFirstSubElement(WIDE("Point"))
+                    .GetFirstSubElement(WIDE("y"))
+                    .GetdoubleProperty(WIDE("y"), WIDE("double"), y));
+    EXPECT_EQ(y, -1);
+    read.ReleaseDocument();
+}
