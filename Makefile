@@ -10,8 +10,9 @@ PACKAGES := cmake ninja-build g++ pkg-config libxerces-c-dev libboost-dev libtbb
 MEMCHECK_PACKAGES := valgrind
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix wine64 wine dpkg-dev
+DOCS_PACKAGES := doxygen
 
-.PHONY: deps install-packages build demo test asan tsan memcheck fuzz windows bench clean
+.PHONY: deps install-packages build demo test asan tsan memcheck fuzz windows bench docs install clean
 
 deps:
 	@$(MAKE) --no-print-directory install-packages LIST="$(PACKAGES)"
@@ -87,6 +88,19 @@ bench: deps
 	cmake --preset bench
 	cmake --build --preset bench
 	@for b in build/bench/bench/bench_*; do echo "== $$b"; $$b || exit 1; done
+
+# The API reference from the public headers, in build/docs/html; any Doxygen warning fails it.
+docs:
+	@$(MAKE) --no-print-directory install-packages LIST="$(DOCS_PACKAGES)"
+	CLASSXML_VERSION=$$(sed -n 's/^project(classxml VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt) \
+	    doxygen docs/Doxyfile
+
+# An optimised build, installed stripped (no debug information) under PREFIX.
+PREFIX ?= /usr/local
+install: deps
+	cmake --preset release
+	cmake --build --preset release
+	cmake --install build/release --prefix "$(PREFIX)" --strip
 
 clean:
 	rm -rf build

@@ -18,3 +18,20 @@ run(${WORK}/build/sample ${WORK}/run)
 if(NOT output MATCHES "all equal")
     message(FATAL_ERROR "the sample application did not read everything back:\n${output}")
 endif()
+run(${WORK}/build/station ${WORK}/run/station.xml)
+
+# The same example built with pkg-config, in a newer standard than the library's: the .pc file
+# must not force its own.
+find_program(PKG_CONFIG pkg-config)
+find_program(CXX NAMES c++ g++)
+if(PKG_CONFIG AND CXX)
+    set(ENV{PKG_CONFIG_PATH} ${WORK}/prefix/lib/pkgconfig:${WORK}/prefix/lib64/pkgconfig)
+    run(${PKG_CONFIG} --cflags --libs classxml)
+    separate_arguments(flags UNIX_COMMAND "${output}")
+    if(flags MATCHES "-std=")
+        message(FATAL_ERROR "classxml.pc sets a C++ standard: ${flags}")
+    endif()
+    run(${CXX} -std=c++2b ${CXX_FLAGS} ${SOURCE_DIR}/examples/station.cpp ${flags}
+        -Wl,-rpath,${WORK}/prefix/lib -o ${WORK}/station-pc)
+    run(${WORK}/station-pc ${WORK}/run/station-pc.xml)
+endif()

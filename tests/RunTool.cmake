@@ -1,8 +1,14 @@
 # Runs the classxml program and checks its exit code and output:
 #   cmake -DTOOL=... -DARGS="a;b" -DEXPECT_CODE=n [-DEXPECT_STDOUT=regex] [-DEXPECT_STDERR=regex]
-#         -P RunTool.cmake
-# EXPECT_STDERR is matched against the last line of standard error, the program's own.
-execute_process(COMMAND ${TOOL} ${ARGS} RESULT_VARIABLE code OUTPUT_VARIABLE out ERROR_VARIABLE err)
+#         [-DINPUT=file] -P RunTool.cmake
+# EXPECT_STDERR is matched against the last line of standard error, the program's own; INPUT is
+# given as standard input.
+set(input "")
+if(DEFINED INPUT)
+    set(input INPUT_FILE ${INPUT})
+endif()
+execute_process(COMMAND ${TOOL} ${ARGS} ${input} RESULT_VARIABLE code OUTPUT_VARIABLE out
+    ERROR_VARIABLE err)
 if(NOT code EQUAL EXPECT_CODE)
     message(FATAL_ERROR "exit code ${code}, expected ${EXPECT_CODE}\nstdout:\n${out}\nstderr:\n${err}")
 endif()

@@ -25,6 +25,24 @@ std::set<std::filesystem::path> SideFiles(const std::filesystem::path& directory
     return files;
 }
 
+int ReadDocument(CXMLClassReaderWriter& handle, const std::filesystem::path& file,
+                 const std::filesystem::path& dtdDirectory) {
+    if (!CheckReadable(file)) return 1;
+    CXMLClassReaderWriter::SetDtdDirectory(Wide(dtdDirectory),
+                                           CXMLClassReaderWriter::XMLIOTYPE_XERCES);
+    if (handle.ReadFromFile(Wide(file))) return 0; // the parser's own lines go to stderr
+    bool invalid = false;
+    for (const Diagnostic& diagnostic : LastDiagnostics()) {
+        if (diagnostic.message.starts_with("refused")) return Fail(file, diagnostic.message);
+        if (diagnostic.severity == Diagnostic::Severity::FatalError)
+            return Fail(file, "not a well-formed class-XML document");
+        invalid = invalid || diagnostic.severity == Diagnostic::Severity::Error;
+    }
+    if (!invalid) return Fail(file, "could not be read");
+    Fail(file, "not valid against its DTD");
+    return 3;
+}
+
 bool CheckReadable(const std::filesystem::path& file) {
     std::error_code error;
     if (!std::filesystem::exists(file, error)) return Fail(file, "no such file"), false;

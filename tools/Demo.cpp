@@ -49,8 +49,12 @@ int Demo(const std::filesystem::path& directory) {
     if (!valid) return Fail(xml, "not valid against sample.dtd");
     std::printf("2. validated it against sample.dtd\n");
 
+    // Only the side files this run writes count: an earlier run's may lie in the same folder.
+    const std::set<std::filesystem::path> before = SideFiles(directory);
     const bool extracted = Handle::PreprocessReading(Wide(xml), nullptr, nullptr);
-    const std::set<std::filesystem::path> sides = SideFiles(directory);
+    std::set<std::filesystem::path> sides;
+    for (const auto& side : SideFiles(directory))
+        if (!before.count(side)) sides.insert(side);
     if (!extracted || sides.empty()) return Fail(xml, "pre-processing found no attachment");
     std::printf("3. pre-processed it: %zu base64 block moved to %s (%ju bytes); the document is "
                 "now %ju bytes\n",

@@ -57,13 +57,11 @@ void Print(Handle& element, int depth) {
 
 } // namespace
 
-int Dump(const std::filesystem::path& file, const std::filesystem::path* dtdDirectory) {
-    if (!CheckReadable(file)) return 1;
-    if (dtdDirectory) Handle::SetDtdDirectory(Wide(*dtdDirectory), Handle::XMLIOTYPE_XERCES);
+int Dump(const std::filesystem::path& file, const std::filesystem::path& dtdDirectory) {
     Handle root(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, false);
-    if (!root.ReadFromFile(Wide(file))) {
+    if (const int verdict = ReadDocument(root, file, dtdDirectory); verdict != 0) {
         root.ReleaseDocument();
-        return Fail(file, "not a well-formed, valid class-XML document");
+        return verdict;
     }
     Print(root, 0);
     root.ReleaseDocument();

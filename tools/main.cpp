@@ -1,10 +1,10 @@
 // classxml: inspect, validate and pre-process class-XML files, or watch the library work.
 #include <cstdio>
-#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "Arguments.h"
 #include "Commands.h"
 
 namespace {
@@ -12,16 +12,62 @@ namespace {
 const char kUsage[] =
     "Usage: classxml COMMAND [ARGUMENTS]\n"
     "\n"
-    "  demo [DIR]                      store a sample project as class XML in DIR (a new\n"
-    "                                  temporary directory by default), validate, pre-process\n"
-    "                                  and read it back, comparing every value\n"
-    "  dump FILE [--dtd-dir DIR]       print the class tree of a class-XML file\n"
-    "  validate FILE --dtd-dir DIR     check a file against its DTD from DIR\n"
-    "  preprocess FILE                 move base64 blocks of FileTransport elements into\n"
-    "                                  side files and list them\n"
+    "  demo [DIR]                  store a sample project as class XML in DIR (a new temporary\n"
+    "                              directory by default), validate, pre-process and read it\n"
+    "                              back, comparing every value\n"
+    "  dump FILE [--dtd-dir DIR]   print the class tree of a class-XML file\n"
+    "  validate FILE [--dtd-dir DIR]\n"
+    "                              check a file against the DTD it names\n"
+    "  preprocess FILE             move base64 blocks of FileTransport elements into side\n"
+    "                              files and list them\n"
     "  --help, --version\n"
     "\n"
-    "Exit status: 0 success, 1 invalid file or failed operation, 2 usage error.\n";
+    "FILE may be - for standard input. Options stand before or after FILE, as --opt VALUE or\n"
+    "--opt=VALUE. DTDs are looked up in --dtd-dir, by default in the document's own folder (the\n"
+    "current one for standard input). COMMAND --help describes one command.\n"
+    "\n"
+    "Exit status: 0 success; 1 not well-formed, unreadable, or the operation failed; 2 usage\n"
+    "error; 3 well-formed but not valid against its DTD.\n";
+
+struct Command {
+    const char* name;
+    const char* usage; // the first line of its --help and of its usage errors
+    const char* help;
+    std::vector<std::string> options;
+    std::size_t minOperands, maxOperands;
+};
+
+const Command kCommands[] = {
+    {"demo",
+     "demo [DIR]",
+     "Writes a sample project with every value family into DIR, validates it against its\n"
+     "DTD, moves its attachment out with pre-read extraction and reads every value back.\n",
+     {},
+     0,
+     1},
+    {"dump",
+     "dump FILE [--dtd-dir DIR]",
+     "Prints the class tree of FILE: classes and containers with their children, properties\n"
+     "as name (type) = value. A document that names a DTD is validated first.\n",
+     {"dtd-dir"},
+     1,
+     1},
+    {"validate",
+     "validate FILE [--dtd-dir DIR]",
+     "Parses FILE and validates it against the DTD its DOCTYPE names, looked up in DIR (by\n"
+     "default the document's folder). A document without a DOCTYPE is only checked to be\n"
+     "well-formed. Exit status 0 valid, 1 not well-formed or unreadable, 3 not valid.\n",
+     {"dtd-dir"},
+     1,
+     1},
+    {"preprocess",
+     "preprocess FILE",
+     "Moves the base64 blocks of FILE's FileTransport elements into side files beside it,\n"
+     "rewriting FILE in one step, and lists the files it wrote.\n",
+     {},
+     1,
+     1},
+};
 
 int Usage(const std::string& problem) {
     std::fprintf(stderr, "classxml: %s (try classxml --help)\n", problem.c_str());
@@ -34,46 +80,48 @@ std::filesystem::path NewTemporaryDirectory() {
            ("classxml-demo-" + std::to_string(random() % 1000000));
 }
 
+int Run(const Command& command, const classxml::tool::Arguments& arguments) {
+    using namespace classxml::tool;
+    const std::string name = command.name;
+    if (name == "demo")
+        return Demo(arguments.operands.empty() ? NewTemporaryDirectory()
+                                               : std::filesystem::path(arguments.operands[0]));
+    if (name == "preprocess") {
+        if (arguments.operands[0] == "-") return Usage("preprocess rewrites a file; - has none");
+        return Preprocess(arguments.operands[0]);
+    }
+    const InputFile input(arguments.operands[0]);
+    const auto dtd = arguments.options.find("dtd-dir");
+    const std::filesystem::path dtdDirectory = dtd != arguments.options.end()
+                                                   ? std::filesystem::path(dtd->second)
+                                                   : input.DefaultDtdDirectory();
+    return name == "dump" ? Dump(input.Path(), dtdDirectory) : Validate(input.Path(), dtdDirectory);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    const std::vector<std::string> args(argv + 1, argv + argc);
-    if (args.empty()) return Usage("no command given");
-    const std::string& command = args[0];
-    try {
-        if (command == "--help" || command == "-h") {
-            std::fputs(kUsage, stdout);
-            return 0;
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    if (words.empty()) return Usage("no command given");
+    const std::string& name = words[0];
+    if (name == "--help" || name == "-h") return std::fputs(kUsage, stdout), 0;
+    if (name == "--version") return std::printf("classxml %s\n", CLASSXML_VERSION), 0;
+    for (const Command& command : kCommands) {
+        if (name != command.name) continue;
+        const auto arguments =
+            classxml::tool::ParseArguments({words.begin() + 1, words.end()}, command.options);
+        if (arguments.help)
+            return std::printf("Usage: classxml %s\n\n%s", command.usage, command.help), 0;
+        if (!arguments.problem.empty()) return Usage(name + ": " + arguments.problem);
+        if (arguments.operands.size() < command.minOperands ||
+            arguments.operands.size() > command.maxOperands)
+            return Usage(std::string("usage: classxml ") + command.usage);
+        try {
+            return Run(command, arguments);
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "classxml: %s: %s\n", name.c_str(), error.what());
+            return 1;
         }
-        if (command == "--version") {
-            std::printf("classxml %s\n", CLASSXML_VERSION);
-            return 0;
-        }
-        if (command == "demo") {
-            if (args.size() > 2) return Usage("demo takes at most one directory");
-            return classxml::tool::Demo(args.size() == 2 ? std::filesystem::path(args[1])
-                                                         : NewTemporaryDirectory());
-        }
-        if (command == "dump") {
-            if (args.size() == 2) return classxml::tool::Dump(args[1], nullptr);
-            if (args.size() == 4 && args[2] == "--dtd-dir") {
-                const std::filesystem::path directory = args[3];
-                return classxml::tool::Dump(args[1], &directory);
-            }
-            return Usage("dump takes FILE [--dtd-dir DIR]");
-        }
-        if (command == "validate") {
-            if (args.size() != 4 || args[2] != "--dtd-dir")
-                return Usage("validate takes FILE --dtd-dir DIR");
-            return classxml::tool::Validate(args[1], args[3]);
-        }
-        if (command == "preprocess") {
-            if (args.size() != 2) return Usage("preprocess takes one FILE");
-            return classxml::tool::Preprocess(args[1]);
-        }
-        return Usage("unknown command '" + command + "'");
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "classxml: %s: %s\n", command.c_str(), error.what());
-        return 1;
     }
+    return Usage("unknown command '" + name + "'");
 }

@@ -1,0 +1,58 @@
+#include "Arguments.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <random>
+
+namespace classxml::tool {
+
+Arguments ParseArguments(const std::vector<std::string>& words,
+                         const std::vector<std::string>& valueOptions) {
+    Arguments arguments;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::string& word = words[i];
+        if (word == "--help" || word == "-h") {
+            arguments.help = true;
+        } else if (word.starts_with("--")) {
+            const std::size_t equals = word.find('=');
+            const std::string name =
+                word.substr(2, equals == std::string::npos ? equals : equals - 2);
+            if (std::find(valueOptions.begin(), valueOptions.end(), name) == valueOptions.end()) {
+                arguments.problem = "unknown option '--" + name + "'";
+            } else if (equals != std::string::npos) {
+                arguments.options[name] = word.substr(equals + 1);
+            } else if (i + 1 < words.size()) {
+                arguments.options[name] = words[++i];
+            } else {
+                arguments.problem = "--" + name + " needs a value";
+            }
+        } else {
+            arguments.operands.push_back(word); // "-" included: standard input
+        }
+    }
+    return arguments;
+}
+
+InputFile::InputFile(const std::string& operand) : m_path(operand) {
+    if (operand != "-") return;
+    std::random_device random;
+    m_path = std::filesystem::temp_directory_path() /
+             ("classxml-stdin-" + std::to_string(random()) + ".xml");
+    m_temporary = true;
+    std::ofstream copy(m_path, std::ios::binary);
+    copy << std::cin.rdbuf();
+}
+
+InputFile::~InputFile() {
+    std::error_code ignored;
+    if (m_temporary) std::filesystem::remove(m_path, ignored);
+}
+
+std::filesystem::path InputFile::DefaultDtdDirectory() const {
+    if (m_temporary || !m_path.has_parent_path()) return ".";
+    return m_path.parent_path();
+}
+
+} // namespace classxml::tool
