@@ -1,5 +1,9 @@
 #include "xmlio/EntityPolicy.h"
 
+#include <xercesc/framework/LocalFileInputSource.hpp>
+#include <xercesc/framework/MemBufInputSource.hpp>
+
+#include "platform/FileIO.h"
 #include "platform/Utf.h"
 #include "xmlio/DiagnosticLog.h"
 #include "xmlio/XercesText.h"
@@ -61,6 +65,19 @@ void RecordRefusal(const XMLCh* systemId, const char* reason) {
                                            CBasicString<WideChar>(xerces_text::ViewOf(systemId)) +
                                            WIDE("': ") + platform::NarrowToWide(reason);
     diagnostics::Record(Diagnostic::Severity::Error, systemId, 0, 0, message.c_str());
+}
+
+xercesc::InputSource* OpenEntity(const XMLCh* systemId, View directory, Missing missing) {
+    const Resolution resolution = ResolveInDtdDirectory(xerces_text::ViewOf(systemId), directory);
+    if (resolution.refusal) {
+        RecordRefusal(systemId, resolution.refusal);
+        return nullptr;
+    }
+    if (missing == Missing::ReadsEmpty && platform::FileLengthOf(resolution.path) < 0) {
+        static const XMLByte nothing = 0;
+        return new xercesc::MemBufInputSource(&nothing, 0, systemId);
+    }
+    return new xercesc::LocalFileInputSource(xerces_text::Terminated(resolution.path));
 }
 
 xercesc::SecurityManager* ExpansionLimit() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <xercesc/sax/EntityResolver.hpp>
+#include <xercesc/sax/InputSource.hpp>
 #include <xercesc/util/SecurityManager.hpp>
 
 #include "BasicString.h"
@@ -21,6 +23,31 @@ Resolution ResolveInDtdDirectory(CBasicStringView<WideChar> systemId,
 
 // Notes a refused system id among the diagnostics of the parse, with the reason.
 void RecordRefusal(const XMLCh* systemId, const char* reason);
+
+// What a parse makes of an entity the policy allows but that is not there: file parses report
+// it, memory parses read it as empty, so that a document saved with a DOCTYPE reads back from
+// memory where its DTD is not installed.
+enum class Missing { Reported, ReadsEmpty };
+
+// The input an external entity is read from, or null when the policy refuses it (the refusal
+// noted among the diagnostics; with default resolution disabled, the parser then reports the
+// entity as one it could not open).
+xercesc::InputSource* OpenEntity(const XMLCh* systemId, CBasicStringView<WideChar> directory,
+                                 Missing missing);
+
+// The entity resolver of a SAX parse: entities as OpenEntity serves them from `directory`.
+class Resolver : public xercesc::EntityResolver {
+public:
+    Resolver(CBasicString<WideChar> directory, Missing missing)
+        : m_directory(std::move(directory)), m_missing(missing) {}
+    xercesc::InputSource* resolveEntity(const XMLCh* const, const XMLCh* const systemId) override {
+        return OpenEntity(systemId, m_directory, m_missing);
+    }
+
+private:
+    CBasicString<WideChar> m_directory;
+    Missing m_missing;
+};
 
 // The limit on entity expansions that every parser uses, so that a document of nested
 // entities ("billion laughs") fails instead of exhausting memory.

@@ -29,10 +29,6 @@ public:
     explicit Limited(Budget& budget, Arguments&&... arguments)
         : Parser(std::forward<Arguments>(arguments)...), m_budget(budget) {}
 
-    // Where the parse stands. DOM parsers know it themselves; a SAX2 reader's content handler
-    // is given it and passes it on here.
-    void SetLocator(const xercesc::Locator* locator) { m_locator = locator; }
-
     // Notes that the parse stops where it stands, for `message`.
     void StopHere(const char* message) {
         m_stop.message.assign(message, message + std::char_traits<char>::length(message));
@@ -49,10 +45,14 @@ public:
                                           m_stop.line, m_stop.column);
     }
 
+    // Where the parse stands: DOM parsers know it themselves; a SAX2 reader gives it to its
+    // content handler as the document starts (see stream/EventReader.h).
     void startDocument() override {
+        Parser::startDocument();
         if constexpr (std::is_base_of_v<xercesc::AbstractDOMParser, Parser>)
             m_locator = this->getScanner()->getLocator();
-        Parser::startDocument();
+        else
+            m_locator = this->DocumentLocator();
     }
     void startElement(const xercesc::XMLElementDecl& element, const unsigned int uriId,
                       const XMLCh* const prefix,

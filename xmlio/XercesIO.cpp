@@ -28,31 +28,18 @@ DOMElement* FirstWithName(DOMElement* element, const CXMLIO::View& name) {
     return element;
 }
 
-// A CDATA section cannot hold "]]>", and a carriage return in one reads back as a line feed.
-// So the text is stored as consecutive CDATA sections, cut between "]]" and ">", with every
-// carriage return as a text node of its own between them, which the serialiser writes as a
-// character reference; content reading joins them back to the same text. (Debian's Xerces 3.2
-// serialiser, asked to split a section itself, drops the three characters of "]]>".)
+// CDATA content as sections and carriage-return text nodes (see SplitIntoCDATASections).
+// (Debian's Xerces 3.2 serialiser, asked to split a section itself, drops the three characters
+// of "]]>".)
 void AppendCDATASections(DOMDocument* document, DOMElement* element, CXMLIO::View text) {
-    static constexpr CXMLIO::View kBreaks = WIDE("]\r");
     CBasicString<WideChar> piece;
-    const auto appendSection = [&](CXMLIO::View section) {
-        piece.assign(section);
-        element->appendChild(document->createCDATASection(piece.c_str()));
-    };
-    std::size_t start = 0; // of the section being collected
-    for (std::size_t at = text.find_first_of(kBreaks); at != CXMLIO::View::npos;
-         at = text.find_first_of(kBreaks, at + 1)) {
-        if (text[at] == WideChar('\r')) {
-            if (at > start) appendSection(text.substr(start, at - start));
-            element->appendChild(document->createTextNode(WIDE("\r")));
-            start = at + 1;
-        } else if (text.substr(at, 3) == CXMLIO::View(WIDE("]]>"))) {
-            appendSection(text.substr(start, at + 2 - start));
-            start = at + 2;
-        }
-    }
-    if (start < text.size() || start == 0) appendSection(text.substr(start));
+    classxml::xml_text::SplitIntoCDATASections(
+        text,
+        [&](CXMLIO::View section) {
+            piece.assign(section);
+            element->appendChild(document->createCDATASection(piece.c_str()));
+        },
+        [&] { element->appendChild(document->createTextNode(WIDE("\r"))); });
 }
 
 } // namespace

@@ -57,9 +57,8 @@ public:
     bool sawErrors = false;
 };
 
-// The external entities of a memory document: served from the DTD directory like those of
-// files; one that is allowed but not there reads as empty, so that a document saved with a
-// DOCTYPE reads back even where its DTD is not installed; one that is refused fails the parse.
+// The external entities of a memory document, as the entity policy serves them; one that is
+// allowed but not there reads as empty.
 class MemoryEntityResolver : public DOMLSResourceResolver {
 public:
     explicit MemoryEntityResolver(CBasicString<WideChar> dtdDirectory)
@@ -67,17 +66,9 @@ public:
 
     DOMLSInput* resolveResource(const XMLCh* const, const XMLCh* const, const XMLCh* const,
                                 const XMLCh* const systemId, const XMLCh* const) override {
-        const auto resolution = classxml::entity_policy::ResolveInDtdDirectory(
-            classxml::xerces_text::ViewOf(systemId), m_dtdDirectory);
-        if (resolution.refusal) {
-            classxml::entity_policy::RecordRefusal(systemId, resolution.refusal);
-            return nullptr;
-        }
-        if (classxml::platform::FileLengthOf(resolution.path) < 0) {
-            static const XMLByte nothing = 0;
-            return new Wrapper4InputSource(new MemBufInputSource(&nothing, 0, systemId));
-        }
-        return new Wrapper4InputSource(new LocalFileInputSource(Terminated(resolution.path)));
+        InputSource* source = classxml::entity_policy::OpenEntity(
+            systemId, m_dtdDirectory, classxml::entity_policy::Missing::ReadsEmpty);
+        return source ? new Wrapper4InputSource(source) : nullptr;
     }
 
 private:
@@ -109,10 +100,13 @@ std::unique_ptr<MemoryParser, LSParserRelease> NewMemoryParser(Budget& budget) {
     return owned;
 }
 
+// Where a limit stopped a memory parse, named by the buffer id as its other errors are.
 void RecordStop(const MemoryParser& parser) {
     const SAXParseException stop = parser.StopReport();
-    classxml::diagnostics::Record(classxml::Diagnostic::Severity::FatalError, stop.getSystemId(),
-                                  stop.getLineNumber(), stop.getColumnNumber(), stop.getMessage());
+    const XMLCh* source = stop.getSystemId();
+    classxml::diagnostics::Record(classxml::Diagnostic::Severity::FatalError,
+                                  source && *source ? source : kBufferId, stop.getLineNumber(),
+                                  stop.getColumnNumber(), stop.getMessage());
 }
 
 DOMDocument* ParseMemory(const XMLByte* bytes, XMLSize_t byteCount, const XMLCh* encoding) {
@@ -156,9 +150,12 @@ DOMDocument* ParseMemory(const XMLByte* bytes, XMLSize_t byteCount, const XMLCh*
             RecordStop(*parser);
         }
         return nullptr;
+    } catch (const DOMException& exception) {
+        // Input the DOM cannot take (an XML version other than 1.0 and 1.1) gets a result.
+        classxml::diagnostics::Record(classxml::Diagnostic::Severity::FatalError, kBufferId, 0, 0,
+                                      exception.getMessage());
+        return nullptr;
     } catch (...) {
-        // Malformed input that Xerces answers with an exception (an XML declaration with
-        // version "1.." raises a DOMException): bad input gets a result.
         return nullptr;
     }
 }
@@ -201,6 +198,10 @@ CXercesIO::DOMDocument* CXercesIO::ParseFile(const View& path) {
         return nullptr;
     } catch (const XMLException&) {
         // Dropped; whether the document is kept depends on what the reporter saw.
+    } catch (const DOMException& exception) {
+        classxml::diagnostics::Record(classxml::Diagnostic::Severity::FatalError, Terminated(file),
+                                      0, 0, exception.getMessage());
+        return nullptr;
     } catch (...) {
         return nullptr;
     }

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include <xercesc/util/XMLChar.hpp>
+
 #include "BasicString.h"
 
 // Which text an XML 1.0 document can hold, so that nothing goes into a document that cannot
@@ -32,6 +34,13 @@ inline bool IsXmlText(CBasicStringView<WideChar> text) {
     return true;
 }
 
+// A name XML 1.0 allows for an element or an attribute (a colon included: names are not
+// namespace-qualified here).
+inline bool IsName(CBasicStringView<WideChar> name) {
+    return !name.empty() && xercesc::XMLChar1_0::isValidName(
+                                reinterpret_cast<const XMLCh*>(name.data()), name.size());
+}
+
 // A public identifier holds only the characters XML allows there.
 inline bool IsPublicId(CBasicStringView<WideChar> id) {
     constexpr CBasicStringView<WideChar> kPunctuation = WIDE("-'()+,./:=?;!*#@$_%");
@@ -48,6 +57,32 @@ inline bool IsPublicId(CBasicStringView<WideChar> id) {
 // A system identifier is written between double quotes, so it cannot hold one.
 inline bool IsSystemId(CBasicStringView<WideChar> id) {
     return IsXmlText(id) && id.find(WideChar('"')) == CBasicStringView<WideChar>::npos;
+}
+
+// How text is stored as CDATA so that it reads back as it was. A CDATA section cannot hold
+// "]]>", and a carriage return in one reads back as a line feed. So the text goes into
+// consecutive sections, cut between "]]" and ">", with every carriage return between them as
+// text of its own (written as a character reference); reading joins them back. `section` is
+// called with each section's text, `carriageReturn` for each carriage return, in order. Empty
+// text is one empty section.
+template <class Section, class CarriageReturn>
+void SplitIntoCDATASections(CBasicStringView<WideChar> text, Section section,
+                            CarriageReturn carriageReturn) {
+    using View = CBasicStringView<WideChar>;
+    static constexpr View kBreaks = WIDE("]\r");
+    std::size_t start = 0; // of the section being collected
+    for (std::size_t at = text.find_first_of(kBreaks); at != View::npos;
+         at = text.find_first_of(kBreaks, at + 1)) {
+        if (text[at] == WideChar('\r')) {
+            if (at > start) section(text.substr(start, at - start));
+            carriageReturn();
+            start = at + 1;
+        } else if (text.substr(at, 3) == View(WIDE("]]>"))) {
+            section(text.substr(start, at + 2 - start));
+            start = at + 2;
+        }
+    }
+    if (start < text.size() || start == 0) section(text.substr(start));
 }
 
 } // namespace classxml::xml_text

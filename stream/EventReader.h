@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include <xercesc/framework/XMLAttr.hpp>
+#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
+#include <xercesc/sax2/DefaultHandler.hpp>
+
+#include "BasicString.h"
+
+namespace classxml::stream_detail {
+
+// One thing the scanner reported, as the stream reader hands it on. Names and attributes stay
+// where the scanner keeps them: an element's name in its declaration, valid for the whole
+// document; a start tag's attributes in the scanner's list, valid until it scans the next start
+// tag, which it does only once the event has been taken (one start tag per step).
+struct Event {
+    enum class Kind { StartElement, Text, EndElement };
+
+    Kind kind = Kind::Text;
+    const XMLCh* name = nullptr;                                        // of an element
+    const xercesc::RefVectorOf<xercesc::XMLAttr>* attributes = nullptr; // of a start tag
+    std::size_t attributeCount = 0;
+    CBasicString<WideChar> text; // character data, CDATA sections included
+};
+
+// Xerces' SAX2 reader with its scanner's document events taken straight into a queue of
+// events, without the SAX2 objects in between and without copying names or attributes. The
+// queue's storage is reused, so that reading a document of any size takes the memory of its
+// largest text, not of the document.
+// Character data that follows character data (CDATA sections, ignorable white space, the
+// expansion of entity references) joins the event before it.
+class EventReader : public xercesc::SAX2XMLReaderImpl {
+public:
+    explicit EventReader(xercesc::MemoryManager* memory);
+
+    // The events queued and not yet taken, oldest first.
+    bool HasEvents() const { return m_head < m_count; }
+    std::size_t Queued() const { return m_count - m_head; }
+    Event& Front() { return m_events[m_head]; }
+    void PopFront();
+    // Whether the scanner has reached the end of the document.
+    bool Ended() const { return m_ended; }
+    // Where the scanner stands, once the document has started.
+    const xercesc::Locator* DocumentLocator() const { return m_locatorCatcher.locator; }
+
+    void startDocument() override;
+    void endDocument() override;
+    void startElement(const xercesc::XMLElementDecl& element, const unsigned int uriId,
+                      const XMLCh* const prefix,
+                      const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
+                      const XMLSize_t attributeCount, const bool isEmpty,
+                      const bool isRoot) override;
+    void endElement(const xercesc::XMLElementDecl& element, const unsigned int uriId,
+                    const bool isRoot, const XMLCh* const prefix) override;
+    void docCharacters(const XMLCh* const characters, const XMLSize_t length,
+                       const bool cdataSection) override;
+    void ignorableWhitespace(const XMLCh* const characters, const XMLSize_t length,
+                             const bool cdataSection) override;
+    void XMLDecl(const XMLCh* const version, const XMLCh* const encoding,
+                 const XMLCh* const standalone, const XMLCh* const actualEncoding) override;
+    void docComment(const XMLCh* const) override {}
+    void docPI(const XMLCh* const, const XMLCh* const) override {}
+
+private:
+    // The reader tells its content handler where the scanner stands; that is all it is for.
+    struct LocatorCatcher : xercesc::DefaultHandler {
+        void setDocumentLocator(const xercesc::Locator* const where) override { locator = where; }
+        const xercesc::Locator* locator = nullptr;
+    };
+
+    Event& Push(Event::Kind kind);
+    void Characters(const XMLCh* characters, XMLSize_t length);
+
+    xercesc::MemoryManager* m_memory;
+    LocatorCatcher m_locatorCatcher;
+    std::vector<Event> m_events; // [m_head, m_count) are queued
+    std::size_t m_head = 0;
+    std::size_t m_count = 0;
+    std::size_t m_depth = 0;
+    bool m_ended = false;
+};
+
+} // namespace classxml::stream_detail

@@ -1,0 +1,305 @@
+// A pull reader over Xerces' SAX2 scanner, parsing progressively, with the DOM readers' rules.
+#include "stream/StreamReader.h"
+
+#include <xercesc/dom/DOMException.hpp>
+#include <xercesc/framework/LocalFileInputSource.hpp>
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/framework/XMLPScanToken.hpp>
+#include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
+
+#include "platform/FileIO.h"
+#include "stream/EventReader.h"
+#include "xmlio/DOMTreeErrorReporter.h"
+#include "xmlio/DiagnosticLog.h"
+#include "xmlio/DocumentMemory.h"
+#include "xmlio/EntityPolicy.h"
+#include "xmlio/LimitedParser.h"
+#include "xmlio/XercesIO.h"
+#include "xmlio/XercesText.h"
+
+namespace classxml {
+namespace {
+
+using namespace xercesc;
+using parse_limits::ActiveBudget;
+using parse_limits::Budget;
+using parse_limits::LimitExceeded;
+using stream_detail::EventReader;
+using Parser = parse_limits::Limited<EventReader>;
+using View = StreamReader::View;
+
+// The system id of every memory document, as the DOM's memory parses name it.
+constexpr const XMLCh* kBufferId = WIDE("prodInfo");
+
+// Thrown from the error handler of a memory parse: like the DOM's memory parse, it stops at the
+// first error.
+struct FirstError {};
+
+// The complaints of a memory parse, among the diagnostics only (a memory parse writes nothing to
+// standard error), as the DOM's memory parse records them.
+class MemoryParseErrors : public ErrorHandler {
+public:
+    void warning(const SAXParseException& exception) override {
+        Record(Diagnostic::Severity::Warning, exception);
+    }
+    void error(const SAXParseException& exception) override {
+        Record(Diagnostic::Severity::Error, exception);
+        throw FirstError{};
+    }
+    void fatalError(const SAXParseException& exception) override {
+        Record(Diagnostic::Severity::FatalError, exception);
+        throw FirstError{};
+    }
+    void resetErrors() override {}
+
+    static void Record(Diagnostic::Severity severity, const SAXParseException& exception) {
+        const XMLCh* source = exception.getSystemId();
+        diagnostics::Record(severity, source && *source ? source : kBufferId,
+                            exception.getLineNumber(), exception.getColumnNumber(),
+                            exception.getMessage());
+    }
+};
+
+} // namespace
+
+class StreamReader::Impl {
+public:
+    Impl() { CXercesIO::StartEngine(); }
+
+    // A file: validated against its DTD, complaints to standard error, as ReadFromFile.
+    bool OpenFile(View path) {
+        if (m_state != State::New || path.empty()) return Refuse();
+        const CBasicString<WideChar> file(path);
+        const std::int64_t length = platform::FileLengthOf(file);
+        auto reporter = std::make_unique<DOMTreeErrorReporter>();
+        m_fileErrors = reporter.get();
+        m_errors = std::move(reporter);
+        m_resolver = std::make_unique<entity_policy::Resolver>(CXercesIO::GetDtdDirectory(),
+                                                               entity_policy::Missing::Reported);
+        m_sourceId = file;
+        return Start(std::uint64_t(std::max<std::int64_t>(0, length)), true, [&] {
+            return std::make_unique<LocalFileInputSource>(xerces_text::Terminated(file),
+                                                          document_memory::Memory());
+        });
+    }
+
+    // Text: not validated, complaints among the diagnostics only, as ReadFromString.
+    bool OpenMemory(const void* bytes, std::size_t byteCount, const XMLCh* encoding) {
+        if (m_state != State::New || byteCount == 0) return Refuse();
+        m_errors = std::make_unique<MemoryParseErrors>();
+        m_resolver = std::make_unique<entity_policy::Resolver>(CXercesIO::GetDtdDirectory(),
+                                                               entity_policy::Missing::ReadsEmpty);
+        m_sourceId = kBufferId;
+        return Start(byteCount, false, [&] {
+            auto source =
+                std::make_unique<MemBufInputSource>(static_cast<const XMLByte*>(bytes), byteCount,
+                                                    kBufferId, false, document_memory::Memory());
+            source->setEncoding(encoding);
+            return source;
+        });
+    }
+
+    Event Next() {
+        if (m_state == State::Done) return m_final;
+        if (m_state == State::New) return Finish(Event::Error);
+        if (m_current) m_parser->PopFront();
+        m_current = false;
+        // A text event is complete once something else follows it.
+        while (!m_parser->HasEvents() ||
+               (m_parser->Queued() == 1 && m_parser->Front().kind == Kind::Text)) {
+            if (m_stopped || m_parser->Ended()) break;
+            m_stopped = !Step();
+        }
+        if (!m_parser->HasEvents()) return Finish(Verdict());
+        m_current = true;
+        const stream_detail::Event& event = m_parser->Front();
+        switch (event.kind) {
+        case Kind::StartElement:
+            ++m_depth;
+            return Event::StartElement;
+        case Kind::EndElement:
+            --m_depth;
+            return Event::EndElement;
+        default:
+            return Event::Text;
+        }
+    }
+
+    bool Skip() {
+        if (!m_current || m_parser->Front().kind != Kind::StartElement) return false;
+        const std::size_t outside = m_depth - 1;
+        for (;;) {
+            const Event event = Next();
+            if (event == Event::End || event == Event::Error) return false;
+            if (event == Event::EndElement && m_depth == outside) return true;
+        }
+    }
+
+    const stream_detail::Event* Current() const { return m_current ? &m_parser->Front() : nullptr; }
+    std::size_t Depth() const { return m_depth; }
+
+private:
+    using Kind = stream_detail::Event::Kind;
+    enum class State { New, Reading, Done };
+
+    bool Refuse() {
+        Finish(Event::Error);
+        return false;
+    }
+
+    Event Finish(Event final) {
+        m_state = State::Done;
+        m_final = final;
+        m_current = false;
+        return final;
+    }
+
+    template <class MakeSource>
+    bool Start(std::uint64_t inputBytes, bool validate, MakeSource makeSource) {
+        diagnostics::Begin();
+        m_state = State::Reading;
+        m_budget = std::make_unique<Budget>(inputBytes);
+        const bool started = Guarded([&] {
+            m_parser = std::make_unique<Parser>(*m_budget, document_memory::Memory());
+            m_parser->setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
+            m_parser->setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
+            m_parser->setFeature(XMLUni::fgSAX2CoreValidation, validate);
+            m_parser->setFeature(XMLUni::fgXercesDynamic, true); // only what names a DTD
+            m_parser->setFeature(XMLUni::fgXercesSchema, false);
+            m_parser->setFeature(XMLUni::fgXercesSchemaFullChecking, false);
+            m_parser->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+            m_parser->setProperty(XMLUni::fgXercesSecurityManager, entity_policy::ExpansionLimit());
+            m_parser->setErrorHandler(m_errors.get());
+            m_parser->setEntityResolver(m_resolver.get());
+            m_source = makeSource();
+            return m_parser->parseFirst(*m_source, m_token);
+        });
+        m_stopped = !started;
+        return started;
+    }
+
+    // One step of the scanner; false when it stopped.
+    bool Step() {
+        return Guarded([&] { return m_parser->parseNext(m_token); });
+    }
+
+    // Runs a part of the parse within the document's limits; false when it ended in an error,
+    // which is then among the diagnostics (and, for files, on standard error).
+    template <class Part>
+    bool Guarded(Part part) {
+        const ActiveBudget active(*m_budget);
+        try {
+            if (part()) return true;
+            m_failed = m_failed || !m_parser->Ended(); // the scanner stopped at a fatal error
+            return false;
+        } catch (const LimitExceeded&) {
+            ReportStop();
+        } catch (const FirstError&) {
+        } catch (const DOMException& exception) { // what the DOM readers refuse, see EventReader
+            diagnostics::Record(Diagnostic::Severity::FatalError, m_sourceId.c_str(), 0, 0,
+                                exception.getMessage());
+        } catch (const OutOfMemoryException&) {
+            if (m_parser && m_budget->MemoryExceeded()) {
+                m_parser->StopHere(parse_limits::kTooLarge);
+                ReportStop();
+            }
+        } catch (...) {
+        }
+        m_failed = true;
+        return false;
+    }
+
+    // Where and why a limit stopped the parse, as the parser reports its own errors.
+    void ReportStop() {
+        const SAXParseException stop = m_parser->StopReport();
+        if (m_fileErrors)
+            m_fileErrors->fatalError(stop);
+        else
+            MemoryParseErrors::Record(Diagnostic::Severity::FatalError, stop);
+    }
+
+    // Accepted when the scanner reached the end without an error; a file's validity errors
+    // let it go on to the end, as they do in ReadFromFile.
+    Event Verdict() const {
+        if (m_failed || !m_parser->Ended() || (m_fileErrors && m_fileErrors->getSawErrors()))
+            return Event::Error;
+        return Event::End;
+    }
+
+    State m_state = State::New;
+    Event m_final = Event::Error;
+    std::unique_ptr<Budget> m_budget;
+    std::unique_ptr<ErrorHandler> m_errors;
+    DOMTreeErrorReporter* m_fileErrors = nullptr; // m_errors, when reading a file
+    std::unique_ptr<EntityResolver> m_resolver;
+    std::unique_ptr<Parser> m_parser;
+    std::unique_ptr<InputSource> m_source;
+    CBasicString<WideChar> m_sourceId; // the file's path, or the buffer id
+    XMLPScanToken m_token;
+    bool m_current = false; // the front event is the current one
+    bool m_failed = false;
+    bool m_stopped = false; // the scanner stopped: it must not be stepped again
+    std::size_t m_depth = 0;
+};
+
+StreamReader::StreamReader() : m_impl(std::make_unique<Impl>()) {}
+
+StreamReader::~StreamReader() = default;
+
+bool StreamReader::OpenFile(View path) { return m_impl->OpenFile(path); }
+
+bool StreamReader::OpenString(CBasicStringView<char8_t> utf8) {
+    return m_impl->OpenMemory(utf8.data(), utf8.size(), XMLUni::fgUTF8EncodingString);
+}
+
+bool StreamReader::OpenString(View utf16) {
+    return m_impl->OpenMemory(utf16.data(), 2 * utf16.size(), XMLUni::fgUTF16EncodingString);
+}
+
+StreamReader::Event StreamReader::Next() { return m_impl->Next(); }
+
+bool StreamReader::Skip() { return m_impl->Skip(); }
+
+View StreamReader::Name() const {
+    const auto* event = m_impl->Current();
+    return event && event->kind != stream_detail::Event::Kind::Text
+               ? xerces_text::ViewOf(event->name)
+               : View();
+}
+
+std::size_t StreamReader::AttributeCount() const {
+    const auto* event = m_impl->Current();
+    return event && event->kind == stream_detail::Event::Kind::StartElement ? event->attributeCount
+                                                                            : 0;
+}
+
+View StreamReader::AttributeName(std::size_t index) const {
+    if (index >= AttributeCount()) return {};
+    return xerces_text::ViewOf(m_impl->Current()->attributes->elementAt(index)->getName());
+}
+
+View StreamReader::AttributeValue(std::size_t index) const {
+    if (index >= AttributeCount()) return {};
+    return xerces_text::ViewOf(m_impl->Current()->attributes->elementAt(index)->getValue());
+}
+
+std::optional<View> StreamReader::Attribute(View name) const {
+    const std::size_t count = AttributeCount();
+    for (std::size_t i = 0; i < count; ++i) {
+        const xercesc::XMLAttr* attribute = m_impl->Current()->attributes->elementAt(i);
+        if (xerces_text::ViewOf(attribute->getName()) == name)
+            return xerces_text::ViewOf(attribute->getValue());
+    }
+    return std::nullopt;
+}
+
+View StreamReader::Text() const {
+    const auto* event = m_impl->Current();
+    return event && event->kind == stream_detail::Event::Kind::Text ? View(event->text) : View();
+}
+
+std::size_t StreamReader::Depth() const { return m_impl->Depth(); }
+
+} // namespace classxml
