@@ -29,6 +29,8 @@
 #include "archive/DocumentReader.h"
 #include "archive/DocumentWriter.h"
 #include "archive/Result.h"
+#include "archive/StreamDocumentReader.h"
+#include "archive/StreamDocumentWriter.h"
 #include "archive/TypeText.h"
 
 /// @ingroup archive
@@ -36,6 +38,15 @@
 #define CLASSXML_NVP(member) ::classxml::NameValue(#member, member)
 
 namespace classxml {
+
+/// @ingroup archive
+/// The engine a save or load runs on. Both write and read the same documents. The DOM engine
+/// builds the whole document through the handle and finds members by name in any order. The
+/// stream engine never holds the document: it writes each element as it comes and reads the
+/// document as it streams past, in the memory of one element whatever the document's size, and
+/// matches members in document order (an optional member is present only when it is the next
+/// element).
+enum class Engine { Dom, Stream };
 
 /// @ingroup archive
 /// A member and the name it is stored under; made by CLASSXML_NVP.
@@ -132,31 +143,35 @@ void Serialize(Archive& archive, T& value) {
 } // namespace archive_detail
 
 /// @ingroup archive
-/// What a `serialize` function is given when its object is saved.
-class OutputArchive {
+/// What a `serialize` function is given when its object is saved, by either engine (`Writer`);
+/// write `serialize` as a template of its archive, so that it serves both.
+template <class Writer>
+class BasicOutputArchive {
 public:
     /// @cond INTERNAL
-    explicit OutputArchive(archive_detail::DocumentWriter& writer) : m_writer(writer) {}
+    explicit BasicOutputArchive(Writer& writer) : m_writer(writer) {}
     /// @endcond
 
     /// Writes each member under its name.
     template <class... T>
-    OutputArchive& operator()(NameValue<T>... members) {
+    BasicOutputArchive& operator()(NameValue<T>... members) {
         (Put(members.name, std::as_const(members.value), 0), ...);
         return *this;
     }
     /// Writes one member under `name`; calls chain: `ar("a", a)("b", b)`.
     template <class T>
-    OutputArchive& operator()(std::string_view name, const T& value) {
+    BasicOutputArchive& operator()(std::string_view name, const T& value) {
         Put(name, value, 0);
         return *this;
     }
 
-    /// Writes the members of the document's root object.
+    /// @cond INTERNAL
+    // Writes the members of an object whose class element the writer stands in.
     template <class T>
-    void Root(const T& object) {
+    void Members(const T& object) {
         archive_detail::Serialize(*this, const_cast<T&>(object));
     }
+    /// @endcond
 
 private:
     // A member (index 0) or the index-th item of a container; `name` is the element's name
@@ -182,7 +197,8 @@ private:
                 Put("value", mapped, ++item);
             }
             m_writer.End();
-        } else if constexpr (MemberSerialize<T, OutputArchive> || FreeSerialize<T, OutputArchive>) {
+        } else if constexpr (MemberSerialize<T, BasicOutputArchive> ||
+                             FreeSerialize<T, BasicOutputArchive>) {
             m_writer.BeginClass(TypeTextOf<T>(), index ? std::string_view() : name, index);
             Serialize(*this, const_cast<T&>(value));
             m_writer.End();
@@ -207,42 +223,49 @@ private:
         }
     }
 
-    archive_detail::DocumentWriter& m_writer;
+    Writer& m_writer;
 };
 
 /// @ingroup archive
-/// What a `serialize` function is given when its object is loaded. Members are found by name,
-/// in any order; unknown elements are skipped; a missing member is an error unless it is a
-/// std::optional.
-class InputArchive {
+/// The archive a `serialize` function is given when its object is saved on the DOM engine.
+using OutputArchive = BasicOutputArchive<archive_detail::DocumentWriter>;
+
+/// @ingroup archive
+/// What a `serialize` function is given when its object is loaded, by either engine (`Reader`).
+/// Members are found by name (on the stream engine, in document order); unknown elements are
+/// skipped; a missing member is an error unless it is a std::optional.
+template <class Reader>
+class BasicInputArchive {
 public:
     /// @cond INTERNAL
-    explicit InputArchive(archive_detail::DocumentReader& reader) : m_reader(reader) {}
+    explicit BasicInputArchive(Reader& reader) : m_reader(reader) {}
     /// @endcond
 
     /// Reads each member by its name.
     template <class... T>
-    InputArchive& operator()(NameValue<T>... members) {
+    BasicInputArchive& operator()(NameValue<T>... members) {
         (Member(members.name, members.value), ...);
         return *this;
     }
     /// Reads one member by `name`; calls chain: `ar("a", a)("b", b)`.
     template <class T>
-    InputArchive& operator()(std::string_view name, T& value) {
+    BasicInputArchive& operator()(std::string_view name, T& value) {
         Member(name, value);
         return *this;
     }
 
-    /// Reads the members of the document's root object.
+    /// @cond INTERNAL
+    // Reads the members of an object whose class element the reader stands on.
     template <class T>
-    void Root(T& object) {
+    void Members(T& object) {
         archive_detail::Serialize(*this, object);
     }
+    /// @endcond
 
 private:
     template <class T>
-    static constexpr bool kClass = archive_detail::MemberSerialize<T, InputArchive> ||
-                                   archive_detail::FreeSerialize<T, InputArchive>;
+    static constexpr bool kClass = archive_detail::MemberSerialize<T, BasicInputArchive> ||
+                                   archive_detail::FreeSerialize<T, BasicInputArchive>;
 
     template <class T>
     void Member(std::string_view name, T& value) {
@@ -327,35 +350,53 @@ private:
         }
     }
 
-    archive_detail::DocumentReader& m_reader;
+    Reader& m_reader;
 };
+
+/// @ingroup archive
+/// The archive a `serialize` function is given when its object is loaded on the DOM engine.
+using InputArchive = BasicInputArchive<archive_detail::DocumentReader>;
 
 namespace archive_detail {
 
-template <class T>
-Result Save(const T& object, const DocumentType& doctype, auto save) {
-    DocumentWriter writer(TypeTextOf<T>(), doctype);
-    OutputArchive archive(writer);
-    archive.Root(object);
-    return save(writer);
+template <class Writer, class T>
+Result SaveOn(Destination destination, const T& object, const DocumentType& doctype) {
+    Writer writer(destination, TypeTextOf<T>(), doctype);
+    BasicOutputArchive<Writer> archive(writer);
+    archive.Members(object);
+    return writer.Finish();
 }
 
-// Loads into a fresh object and moves it over `object` only when the whole load succeeded: a
-// failed load leaves the object as it was.
 template <class T>
-Result Load(T& object, auto load) {
-    DocumentReader reader;
-    if (load(reader, TypeTextOf<T>())) {
-        InputArchive archive(reader);
+Result Save(Destination destination, const T& object, const DocumentType& doctype, Engine engine) {
+    return engine == Engine::Stream ? SaveOn<StreamDocumentWriter>(destination, object, doctype)
+                                    : SaveOn<DocumentWriter>(destination, object, doctype);
+}
+
+// Loads into a fresh object and moves it over `object` only when the whole document was read
+// and accepted: a failed load leaves the object as it was.
+template <class Reader, class T>
+Result LoadOn(T& object, auto start) {
+    Reader reader;
+    if (start(reader, TypeTextOf<T>())) {
+        BasicInputArchive<Reader> archive(reader);
         if constexpr (std::is_default_constructible_v<T> && std::is_move_assignable_v<T>) {
             T loaded{};
-            archive.Root(loaded);
+            archive.Members(loaded);
+            reader.Finish();
             if (!reader.Failed()) object = std::move(loaded);
         } else {
-            archive.Root(object);
+            archive.Members(object);
+            reader.Finish();
         }
     }
     return reader.TakeResult();
+}
+
+template <class T>
+Result Load(T& object, Engine engine, auto start) {
+    return engine == Engine::Stream ? LoadOn<StreamDocumentReader>(object, start)
+                                    : LoadOn<DocumentReader>(object, start);
 }
 
 } // namespace archive_detail
@@ -363,34 +404,50 @@ Result Load(T& object, auto load) {
 /// @ingroup archive
 /// Saves `object` as a class XML document whose root element is its class element; the file
 /// is replaced in one step, as the handle's saves are.
+///@{
 template <class T>
-Result SaveToFile(std::string_view path, const T& object, const DocumentType& doctype = {}) {
-    return archive_detail::Save(object, doctype,
-                                [&](auto& writer) { return writer.SaveToFile(path); });
+Result SaveToFile(std::string_view path, const T& object, const DocumentType& doctype = {},
+                  Engine engine = Engine::Dom) {
+    return archive_detail::Save({path}, object, doctype, engine);
 }
+template <class T>
+Result SaveToFile(std::string_view path, const T& object, Engine engine) {
+    return archive_detail::Save({path}, object, {}, engine);
+}
+///@}
 
 /// @ingroup archive
 /// Saves `object` into `xml`, UTF-8 with an XML declaration.
+///@{
 template <class T>
-Result SaveToString(std::string& xml, const T& object, const DocumentType& doctype = {}) {
-    return archive_detail::Save(object, doctype,
-                                [&](auto& writer) { return writer.SaveToString(xml); });
+Result SaveToString(std::string& xml, const T& object, const DocumentType& doctype = {},
+                    Engine engine = Engine::Dom) {
+    return archive_detail::Save({{}, &xml}, object, doctype, engine);
 }
+template <class T>
+Result SaveToString(std::string& xml, const T& object, Engine engine) {
+    return archive_detail::Save({{}, &xml}, object, {}, engine);
+}
+///@}
 
 /// @ingroup archive
 /// Loads `object` from a file, validated against its DTD as ReadFromFile validates.
 template <class T>
-Result LoadFromFile(std::string_view path, T& object) {
-    return archive_detail::Load(
-        object, [&](auto& reader, std::string_view root) { return reader.LoadFile(path, root); });
+Result LoadFromFile(std::string_view path, T& object, Engine engine = Engine::Dom) {
+    return archive_detail::Load(object, engine, [&](auto& reader, std::string_view root) {
+        return reader.LoadFile(path, root);
+    });
 }
 
 /// @ingroup archive
 /// Loads `object` from a document in a UTF-8 string.
 template <class T>
-Result LoadFromString(std::string_view xml, T& object) {
-    return archive_detail::Load(
-        object, [&](auto& reader, std::string_view root) { return reader.LoadString(xml, root); });
+Result LoadFromString(std::string_view xml, T& object, Engine engine = Engine::Dom) {
+    return archive_detail::Load(object, engine, [&](auto& reader, std::string_view root) {
+        return reader.LoadString(xml, root);
+    });
 }
 
 } // namespace classxml
+
+#include "archive/Objects.h"

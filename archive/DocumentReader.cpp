@@ -42,14 +42,16 @@ DocumentReader::DocumentReader()
 DocumentReader::~DocumentReader() { m_root.ReleaseDocument(); }
 
 bool DocumentReader::LoadFile(std::string_view path, std::string_view rootName) {
-    m_path.Enter(rootName);
+    m_rootName = rootName;
+    m_path.Enter(m_rootName);
     const Wide file =
         platform::Utf8ToUtf16({reinterpret_cast<const char8_t*>(path.data()), path.size()});
     return Parsed(m_root.ReadFromFile(file), rootName);
 }
 
 bool DocumentReader::LoadString(std::string_view utf8, std::string_view rootName) {
-    m_path.Enter(rootName);
+    m_rootName = rootName;
+    m_path.Enter(m_rootName);
     return Parsed(m_root.ReadFromString(CBasicStringView<char>(utf8.data(), utf8.size())),
                   rootName);
 }
@@ -71,7 +73,7 @@ bool DocumentReader::IsClass(std::string_view elementName) {
 // An item is named in a path by its element's name.
 void DocumentReader::Push(Handle element, std::size_t index, std::string_view name) {
     if (index)
-        m_path.Enter(Utf8Of(element.GetElementName()), index);
+        m_path.Enter(element.GetElementName(), index);
     else
         m_path.Enter(name);
     m_open.push_back({std::move(element), index});

@@ -62,6 +62,8 @@ public:
     // Records a failure at the top (or at its member `leaf`): false.
     bool Fail(std::string expected, std::string found, std::string_view leaf = {});
     bool Failed() const { return !m_result; }
+    // The whole document was read and accepted when it was loaded: nothing is left to do.
+    void Finish() {}
     Result TakeResult();
 
 private:
@@ -79,6 +81,7 @@ private:
     bool ReadValue(std::string_view type, Value& value);
 
     CXMLClassReaderWriter m_root;
+    std::string m_rootName; // the path's first step
     std::vector<Frame> m_open;
     MemberPath m_path;
     Result m_result;

@@ -4,6 +4,7 @@
 
 #include "archive/Engine.h"
 #include "archive/WideText.h"
+#include "platform/FileReplace.h"
 #include "platform/Utf.h"
 
 namespace classxml::archive_detail {
@@ -11,11 +12,13 @@ namespace classxml::archive_detail {
 using Handle = CXMLClassReaderWriter;
 using View = Handle::View;
 
-DocumentWriter::DocumentWriter(std::string_view rootName, const DocumentType& doctype)
-    : m_root(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true) {
+DocumentWriter::DocumentWriter(Destination destination, std::string_view rootName,
+                               const DocumentType& doctype)
+    : m_destination(destination), m_rootName(rootName),
+      m_root(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true) {
     EnsureEngine();
     const WideText root(rootName), publicId(doctype.publicId), systemId(doctype.systemId);
-    m_path.Enter(rootName);
+    m_path.Enter(m_rootName);
     if (!m_root.CreateDocument(root.view(), publicId.view(), systemId.view())) {
         Refuse({},
                "a document with root element \"" + std::string(rootName) + '"' +
@@ -147,24 +150,25 @@ void DocumentWriter::Refuse(std::string_view name, std::string expected, std::st
     m_result.found = std::move(found);
 }
 
-Result DocumentWriter::SaveToFile(std::string_view path) {
+Result DocumentWriter::Finish() {
     if (!m_result) return m_result;
-    if (!m_root.SaveToFile(
-            platform::Utf8ToUtf16({reinterpret_cast<const char8_t*>(path.data()), path.size()})))
-        Refuse({}, "the document saved to \"" + std::string(path) + '"', "the save failing");
-    m_result.diagnostics = LastDiagnostics();
-    return m_result;
-}
-
-Result DocumentWriter::SaveToString(std::string& utf8) {
-    if (!m_result) return m_result;
-    char8_t* buffer = nullptr;
-    unsigned long long length = 0;
-    if (m_root.SaveToString(&buffer, length, true))
-        utf8.assign(reinterpret_cast<const char*>(buffer), length);
-    else
-        Refuse({}, "the document saved to a string", "the save failing");
-    Handle::FreeMemory(&buffer);
+    if (m_destination.text) {
+        char8_t* buffer = nullptr;
+        unsigned long long length = 0;
+        if (m_root.SaveToString(&buffer, length, true))
+            m_destination.text->assign(reinterpret_cast<const char*>(buffer), length);
+        else
+            Refuse({}, "the document saved to a string", "the save failing");
+        Handle::FreeMemory(&buffer);
+    } else {
+        // The handle answers true for a folder that does not exist, having written nothing.
+        const std::string_view path = m_destination.path;
+        const CBasicString<WideChar> file =
+            platform::Utf8ToUtf16({reinterpret_cast<const char8_t*>(path.data()), path.size()});
+        if (platform::InspectWriteTarget(file).kind == platform::WriteTarget::Kind::MissingFolder ||
+            !m_root.SaveToFile(file))
+            Refuse({}, "the document saved to \"" + std::string(path) + '"', "the save failing");
+    }
     m_result.diagnostics = LastDiagnostics();
     return m_result;
 }

@@ -20,12 +20,18 @@ struct DocumentType {
 
 namespace archive_detail {
 
+// Where a document is saved: the file at `path`, or `text` when it is given.
+struct Destination {
+    std::string_view path;
+    std::string* text = nullptr;
+};
+
 // Builds one document through the handle: the root class element, class elements with their
 // variable names, container elements and property elements, each by the handle's own writer.
 // The first write that fails is kept, with the member's path, and later writes are skipped.
 class CLASSXML_API DocumentWriter {
 public:
-    DocumentWriter(std::string_view rootName, const DocumentType& doctype);
+    DocumentWriter(Destination destination, std::string_view rootName, const DocumentType& doctype);
     ~DocumentWriter();
     DocumentWriter(const DocumentWriter&) = delete;
     DocumentWriter& operator=(const DocumentWriter&) = delete;
@@ -59,8 +65,8 @@ public:
     // Reports a value the archive cannot write (an enumerator missing from its table).
     void Refuse(std::string_view name, std::string expected, std::string found);
 
-    Result SaveToFile(std::string_view path);
-    Result SaveToString(std::string& utf8);
+    // Saves the document to its destination.
+    Result Finish();
 
 private:
     template <class Make>
@@ -69,6 +75,8 @@ private:
     void Put(std::string_view name, std::string_view type, Writer add);
     void Open(CXMLClassReaderWriter element, std::string_view name, std::size_t index);
 
+    Destination m_destination;
+    std::string m_rootName; // the path's first step
     CXMLClassReaderWriter m_root;
     std::vector<CXMLClassReaderWriter> m_open; // the root, then each element begun
     MemberPath m_path;

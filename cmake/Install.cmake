@@ -15,7 +15,8 @@ set(CLASSXML_PUBLIC_HEADER_FOLDERS
     "basicio:BasicFileException.h VFile.h"
     "xmlio:Diagnostics.h XMLIO.h XercesForward.h XercesIO.h XercesStringHandler.h"
     "XMLClassReaderWriter:AttributeMap.h XMLClassReaderWriter.h"
-    "archive:Archive.h DocumentReader.h DocumentWriter.h MemberPath.h Result.h TypeText.h"
+    "archive:Archive.h DocumentReader.h DocumentWriter.h MemberPath.h Objects.h Result.h"
+    "archive:StreamDocumentReader.h StreamDocumentWriter.h TypeText.h"
     "stream:StreamReader.h StreamWriter.h")
 install(FILES ${CLASSXML_PUBLIC_HEADERS} DESTINATION ${CLASSXML_INCLUDE_DIR})
 foreach(entry IN LISTS CLASSXML_PUBLIC_HEADER_FOLDERS)

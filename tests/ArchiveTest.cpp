@@ -86,10 +86,24 @@ struct classxml::EnumNames<Color> {
                                                                    {Color::Green, "green"}};
 };
 
-TEST(ArchiveTest, EveryTypeAndContainerComesBackExactly) {
+// Every test runs on both engines, which write the same documents and read them alike.
+class ArchiveTest : public ::testing::TestWithParam<classxml::Engine> {
+protected:
+    const classxml::Engine engine = GetParam();
+};
+
+INSTANTIATE_TEST_SUITE_P(Engines, ArchiveTest,
+                         ::testing::Values(classxml::Engine::Dom, classxml::Engine::Stream),
+                         [](const auto& info) {
+                             return info.param == classxml::Engine::Dom ? "Dom" : "Stream";
+                         });
+
+TEST_P(ArchiveTest, EveryTypeAndContainerComesBackExactly) {
     const Everything saved;
-    std::string xml;
-    ASSERT_TRUE(classxml::SaveToString(xml, saved)) << xml;
+    std::string xml, domXml;
+    ASSERT_TRUE(classxml::SaveToString(xml, saved, engine)) << xml;
+    ASSERT_TRUE(classxml::SaveToString(domXml, saved));
+    EXPECT_EQ(xml, domXml);
     EXPECT_NE(xml.find("<Everything><i32 keytype=\"int\">-2147483648</i32>"), std::string::npos);
     EXPECT_NE(xml.find("<color keytype=\"Color\">green</color>"), std::string::npos);
     EXPECT_NE(xml.find("<level keytype=\"int\">7</level>"), std::string::npos);
@@ -102,7 +116,7 @@ TEST(ArchiveTest, EveryTypeAndContainerComesBackExactly) {
     Everything loaded;
     loaded.absent = 1;
     loaded.nested.clear();
-    const classxml::Result result = classxml::LoadFromString(xml, loaded);
+    const classxml::Result result = classxml::LoadFromString(xml, loaded, engine);
     ASSERT_TRUE(result) << result.Message();
     EXPECT_EQ(loaded, saved);
 
@@ -110,31 +124,44 @@ TEST(ArchiveTest, EveryTypeAndContainerComesBackExactly) {
     const std::string file = (directory / "everything.xml").string();
     Everything fromFile;
     fromFile.i32 = 0;
-    ASSERT_TRUE(classxml::SaveToFile(file, saved));
-    ASSERT_TRUE(classxml::LoadFromFile(file, fromFile));
+    ASSERT_TRUE(classxml::SaveToFile(file, saved, engine));
+    ASSERT_TRUE(classxml::LoadFromFile(file, fromFile, engine));
     EXPECT_EQ(fromFile, saved);
+    EXPECT_FALSE(classxml::SaveToFile((directory / "missing" / "x.xml").string(), saved, engine));
 }
 
-TEST(ArchiveTest, MembersAreFoundByNameWhateverTheOrderAndUnknownOnesAreSkipped) {
+// The DOM engine finds members in any order; the stream engine in document order. Both skip
+// unknown elements.
+TEST_P(ArchiveTest, MembersAreFoundByNameAndUnknownOnesAreSkipped) {
     Station station;
     ASSERT_TRUE(classxml::LoadFromString(
-        "<Station><sensors keytype=\"vector\" varkeytype=\"Point\"><Point><y keytype=\"double\">2"
-        "</y><extra/><x keytype=\"double\">1</x></Point></sensors><note>skip</note>"
-        "<name keytype=\"CUTF8String\">N</name></Station>",
-        station));
+        "<Station><note>skip</note><name keytype=\"CUTF8String\">N</name><sensors "
+        "keytype=\"vector\""
+        " varkeytype=\"Point\"><Point><extra><x>0</x></extra><x keytype=\"double\">1</x>"
+        "<y keytype=\"double\">2</y></Point></sensors><note/></Station>",
+        station, engine));
     EXPECT_EQ(station.name, "N");
     EXPECT_EQ(station.sensors, (std::vector<Point>{{1, 2}}));
+
+    const std::string reordered = "<Point><y keytype=\"double\">2</y><x keytype=\"double\">1</x>"
+                                  "</Point>";
+    Point point;
+    const classxml::Result result = classxml::LoadFromString(reordered, point, engine);
+    EXPECT_EQ(bool(result), engine == classxml::Engine::Dom) << result.Message();
+    if (!result) {
+        EXPECT_EQ(result.path + ": " + result.expected, "Point/y: a member");
+    }
 }
 
-TEST(ArchiveTest, AFailedLoadNamesTheMemberAndLeavesTheObjectAsItWas) {
-    const auto failure = [](const std::string& second) {
+TEST_P(ArchiveTest, AFailedLoadNamesTheMemberAndLeavesTheObjectAsItWas) {
+    const auto failure = [&](const std::string& second) {
         Station station{"kept", {}};
         const classxml::Result result = classxml::LoadFromString(
             "<Station><name keytype=\"CUTF8String\">n</name><sensors keytype=\"vector\" "
             "varkeytype=\"Point\"><Point><x keytype=\"double\">1</x><y keytype=\"double\">1</y>"
             "</Point><Point><x keytype=\"double\">1</x>" +
                 second + "</Point></sensors></Station>",
-            station);
+            station, engine);
         EXPECT_FALSE(result);
         EXPECT_EQ(station.name, "kept");
         return result.path + ": " + result.expected + " / " + result.found;
@@ -149,7 +176,8 @@ TEST(ArchiveTest, AFailedLoadNamesTheMemberAndLeavesTheObjectAsItWas) {
 
     Everything everything;
     const auto load = [&](const std::string& member) {
-        return classxml::LoadFromString("<Everything>" + member + "</Everything>", everything);
+        return classxml::LoadFromString("<Everything>" + member + "</Everything>", everything,
+                                        engine);
     };
     EXPECT_EQ(load("<i32 keytype=\"int\">99999999999</i32>").found, "\"99999999999\"");
     EXPECT_EQ(load("<i32 keytype=\"int\">1</i32><i64 keytype=\"__int64\">1</i64><u32 "
@@ -158,30 +186,31 @@ TEST(ArchiveTest, AFailedLoadNamesTheMemberAndLeavesTheObjectAsItWas) {
                   .path,
               "Everything/small");
 
-    const classxml::Result broken = classxml::LoadFromString("<Everything><i32>", everything);
+    const classxml::Result broken =
+        classxml::LoadFromString("<Everything><i32>", everything, engine);
     EXPECT_EQ(broken.expected, "a well-formed, valid document");
     ASSERT_FALSE(broken.diagnostics.empty());
     EXPECT_EQ(broken.diagnostics[0].source, "prodInfo");
 }
 
-TEST(ArchiveTest, TextXmlCannotCarryIsRefusedAtSaveNamingTheMember) {
+TEST_P(ArchiveTest, TextXmlCannotCarryIsRefusedAtSaveNamingTheMember) {
     std::string xml = "untouched";
     Station station{"ok", {}};
     station.name = std::string("bell\x07");
-    classxml::Result result = classxml::SaveToString(xml, station);
+    classxml::Result result = classxml::SaveToString(xml, station, engine);
     EXPECT_FALSE(result);
     EXPECT_EQ(result.path, "Station/name");
     EXPECT_EQ(xml, "untouched");
     station.name = "\xC3(";
-    result = classxml::SaveToString(xml, station);
+    result = classxml::SaveToString(xml, station, engine);
     EXPECT_EQ(result.path + ": " + result.found, "Station/name: an ill-formed byte sequence");
 
     std::string value;
-    result = classxml::SaveToString(xml, NamedWrongly{value});
+    result = classxml::SaveToString(xml, NamedWrongly{value}, engine);
     EXPECT_EQ(result.path + ": " + result.found, "NamedWrongly: \"no spaces\"");
 }
 
-TEST(ArchiveTest, DocumentsCrossBetweenTheArchiveAndTheHandle) {
+TEST_P(ArchiveTest, DocumentsCrossBetweenTheArchiveAndTheHandle) {
     using Handle = CXMLClassReaderWriter;
     Handle root(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true);
     ASSERT_TRUE(root.CreateDocument(WIDE("Station"), {}, {}));
@@ -198,12 +227,12 @@ TEST(ArchiveTest, DocumentsCrossBetweenTheArchiveAndTheHandle) {
     root.ReleaseDocument();
 
     Station station;
-    ASSERT_TRUE(classxml::LoadFromString(byHand, station));
+    ASSERT_TRUE(classxml::LoadFromString(byHand, station, engine));
     EXPECT_EQ(station.name, "by hand");
     EXPECT_EQ(station.sensors, (std::vector<Point>{{0.5, -1}}));
 
     std::string byArchive;
-    ASSERT_TRUE(classxml::SaveToString(byArchive, station));
+    ASSERT_TRUE(classxml::SaveToString(byArchive, station, engine));
     EXPECT_EQ(byArchive, byHand);
     Handle read(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true);
     ASSERT_TRUE(read.ReadFromString(CBasicStringView<char>(byArchive.data(), byArchive.size())));
@@ -214,4 +243,32 @@ TEST(ArchiveTest, DocumentsCrossBetweenTheArchiveAndTheHandle) {
                     .GetdoubleProperty(WIDE("y"), WIDE("double"), y));
     EXPECT_EQ(y, -1);
     read.ReleaseDocument();
+}
+
+// Objects one at a time, in the memory of one: a document of many, read back in order, the
+// elements of other names skipped; a broken document fails at the end.
+TEST(ObjectStreamTest, WritesAndReadsObjectsOneAtATime) {
+    std::string xml;
+    classxml::ObjectWriter out(classxml::InString{xml}, "Points");
+    for (int i = 0; i < 1000; ++i)
+        ASSERT_TRUE(out.Write(Point{double(i), -double(i)}));
+    ASSERT_TRUE(out.Finish());
+    xml.insert(xml.find("<Point>"), "<other><Point/></other>");
+
+    classxml::ObjectReader in(classxml::FromString{xml}, "Points");
+    int count = 0;
+    for (Point point; in.Read(point); ++count)
+        ASSERT_EQ(point, (Point{double(count), -double(count)}));
+    EXPECT_EQ(count, 1000);
+    EXPECT_TRUE(in.Finish());
+
+    xml.resize(xml.size() - 3); // cut off the root's end tag
+    classxml::ObjectReader broken(classxml::FromString{xml}, "Points");
+    Point point;
+    while (broken.Read(point)) {
+    }
+    EXPECT_EQ(broken.Finish().expected, "a well-formed, valid document");
+    classxml::ObjectReader wrongRoot(classxml::FromString{xml}, "Other");
+    EXPECT_FALSE(wrongRoot.Read(point));
+    EXPECT_EQ(wrongRoot.Finish().found, "element Points");
 }

@@ -1,0 +1,154 @@
+#include "archive/StreamDocumentWriter.h"
+
+#include "archive/Engine.h"
+#include "archive/WideText.h"
+#include "platform/Utf.h"
+#include "stream/StreamWriter.h"
+#include "xmlio/XmlText.h"
+
+namespace classxml::archive_detail {
+
+StreamDocumentWriter::StreamDocumentWriter(Destination destination, std::string_view rootName,
+                                           const DocumentType& doctype)
+    : m_text(destination.text), m_rootName(rootName) {
+    EnsureEngine();
+    if (m_text) { // written aside, so that a failed save leaves the caller's string as it was
+        m_out = std::make_unique<StreamWriter>(m_written);
+        m_destinationText = "a string";
+    } else {
+        m_out = std::make_unique<StreamWriter>(
+            platform::Utf8ToUtf16({reinterpret_cast<const char8_t*>(destination.path.data()),
+                                   destination.path.size()}),
+            StreamWriter::Encoding::Utf8);
+        m_destinationText = '"' + std::string(destination.path) + '"';
+    }
+    m_path.Enter(m_rootName);
+    const WideText root(rootName), publicId(doctype.publicId), systemId(doctype.systemId);
+    if (!m_out->StartDocument(root.view(), publicId.view(), systemId.view()))
+        Refuse({},
+               "a document with root element \"" + std::string(rootName) + '"' +
+                   (doctype.publicId.empty() && doctype.systemId.empty() ? "" : " and DOCTYPE") +
+                   " written to " + m_destinationText,
+               m_out->Failed() ? "the output failing" : "the engine refusing it");
+}
+
+StreamDocumentWriter::~StreamDocumentWriter() = default;
+
+// A name the writer refuses is reported as the DOM engine reports it, before the element.
+bool StreamDocumentWriter::NameAllowed(std::string_view name, const WideText& element) {
+    if (xml_text::IsName(element.view())) return true;
+    Refuse({}, "an element name XML allows", '"' + std::string(name) + '"');
+    return false;
+}
+
+void StreamDocumentWriter::Opened(bool opened, std::string_view name, std::size_t index) {
+    m_path.Enter(name, index);
+    if (!opened) Refuse({}, "a name and text XML can carry", "one it cannot");
+}
+
+void StreamDocumentWriter::BeginClass(std::string_view elementName, std::string_view variableName,
+                                      std::size_t index) {
+    const std::string_view name = variableName.empty() ? elementName : variableName;
+    if (!m_result) return m_path.Enter(name, index); // keeps Begin and End paired
+    const WideText element(elementName), variable(variableName);
+    if (!NameAllowed(elementName, element)) return m_path.Enter(name, index);
+    Opened(m_out->BeginClass(element.view(), variable.view()), name, index);
+}
+
+void StreamDocumentWriter::BeginSequence(std::string_view name, std::string_view kind,
+                                         std::string_view itemType, std::size_t index) {
+    if (!m_result) return m_path.Enter(name, index);
+    const WideText element(name), item(itemType);
+    if (!NameAllowed(name, element)) return m_path.Enter(name, index);
+    const bool opened = kind == "list"  ? m_out->BeginList(element.view(), item.view())
+                        : kind == "set" ? m_out->BeginSet(element.view(), item.view())
+                                        : m_out->BeginVector(element.view(), item.view());
+    Opened(opened, name, index);
+}
+
+void StreamDocumentWriter::BeginMap(std::string_view name, std::string_view keyType,
+                                    std::string_view valueType, std::size_t index) {
+    if (!m_result) return m_path.Enter(name, index);
+    const WideText element(name), key(keyType), value(valueType);
+    if (!NameAllowed(name, element)) return m_path.Enter(name, index);
+    Opened(m_out->BeginMap(element.view(), key.view(), value.view()), name, index);
+}
+
+void StreamDocumentWriter::End() {
+    if (m_result) m_out->End();
+    m_path.Leave();
+}
+
+template <class Value>
+void StreamDocumentWriter::Put(std::string_view name, std::string_view type, Value value) {
+    if (!m_result) return;
+    const WideText element(name), typeText(type);
+    if (!NameAllowed(name, element)) return;
+    bool written = false;
+    if constexpr (std::is_same_v<Value, CBasicStringView<WideChar>>)
+        written = m_out->WriteText(element.view(), typeText.view(), value);
+    else
+        written = m_out->Write(element.view(), typeText.view(), value);
+    if (!written) Refuse(name, "text XML can carry", "a character it cannot");
+}
+
+// Each C++ type goes to the stream writer's writer of its family.
+#define CLASSXML_STREAM_PUT(Type)                                                                  \
+    void StreamDocumentWriter::Write(std::string_view name, std::string_view type, Type value) {   \
+        Put(name, type, value);                                                                    \
+    }
+CLASSXML_STREAM_PUT(std::int32_t)
+CLASSXML_STREAM_PUT(std::int64_t)
+CLASSXML_STREAM_PUT(std::uint32_t)
+CLASSXML_STREAM_PUT(std::uint64_t)
+CLASSXML_STREAM_PUT(bool)
+CLASSXML_STREAM_PUT(double)
+CLASSXML_STREAM_PUT(DB_ID)
+CLASSXML_STREAM_PUT(DB_TIME_TYPE)
+CLASSXML_STREAM_PUT(DB_UTC_TIME_TYPE)
+CLASSXML_STREAM_PUT(DB_VERSIONNUMBER)
+#undef CLASSXML_STREAM_PUT
+
+// Group and user ids are 64-bit numbers, as the DOM engine writes them.
+void StreamDocumentWriter::Write(std::string_view name, std::string_view type, DB_GROUP_ID value) {
+    Put(name, type, value.get());
+}
+void StreamDocumentWriter::Write(std::string_view name, std::string_view type, DB_USER_ID value) {
+    Put(name, type, value.get());
+}
+
+void StreamDocumentWriter::Write(std::string_view name, std::string_view type,
+                                 std::string_view value) {
+    const WideText text(value);
+    if (!text.valid()) return Refuse(name, "UTF-8 text", "an ill-formed byte sequence");
+    Put(name, type, text.view());
+}
+
+void StreamDocumentWriter::Write(std::string_view name, std::string_view type,
+                                 std::u16string_view value) {
+    Put(name, type,
+        CBasicStringView<WideChar>(reinterpret_cast<const WideChar*>(value.data()), value.size()));
+}
+
+void StreamDocumentWriter::WriteEnumerator(std::string_view name, std::string_view type,
+                                           std::string_view value) {
+    Put(name, type, WideText(value).view());
+}
+
+void StreamDocumentWriter::Refuse(std::string_view name, std::string expected, std::string found) {
+    if (!m_result) return;
+    m_result.ok = false;
+    m_result.path = m_path.Text(name);
+    m_result.expected = std::move(expected);
+    m_result.found = std::move(found);
+}
+
+Result StreamDocumentWriter::Finish() {
+    if (m_result && !m_out->Finish())
+        Refuse({}, "the document written to " + m_destinationText, "the output failing");
+    if (m_result && m_text) m_text->swap(m_written);
+    m_result.diagnostics = LastDiagnostics();
+    return m_result;
+}
+
+} // namespace classxml::archive_detail

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "DatabaseTypes.h"
+#include "archive/DocumentWriter.h"
+#include "archive/MemberPath.h"
+#include "archive/Result.h"
+#include "platform/Export.h"
+
+namespace classxml {
+class StreamWriter;
+}
+
+namespace classxml::archive_detail {
+
+class WideText;
+
+// The archive's writer on the stream engine: the same calls as DocumentWriter, the same
+// document, written straight to its destination as the calls come. The first write that fails
+// is kept, with the member's path; later writes are skipped and the destination is left as it
+// was.
+class CLASSXML_API StreamDocumentWriter {
+public:
+    StreamDocumentWriter(Destination destination, std::string_view rootName,
+                         const DocumentType& doctype);
+    ~StreamDocumentWriter();
+    StreamDocumentWriter(const StreamDocumentWriter&) = delete;
+    StreamDocumentWriter& operator=(const StreamDocumentWriter&) = delete;
+
+    void BeginClass(std::string_view elementName, std::string_view variableName,
+                    std::size_t index = 0);
+    void BeginSequence(std::string_view name, std::string_view kind, std::string_view itemType,
+                       std::size_t index = 0);
+    void BeginMap(std::string_view name, std::string_view keyType, std::string_view valueType,
+                  std::size_t index = 0);
+    void End();
+
+    void Write(std::string_view name, std::string_view type, std::int32_t value);
+    void Write(std::string_view name, std::string_view type, std::int64_t value);
+    void Write(std::string_view name, std::string_view type, std::uint32_t value);
+    void Write(std::string_view name, std::string_view type, std::uint64_t value);
+    void Write(std::string_view name, std::string_view type, bool value);
+    void Write(std::string_view name, std::string_view type, double value);
+    void Write(std::string_view name, std::string_view type, DB_ID value);
+    void Write(std::string_view name, std::string_view type, DB_GROUP_ID value);
+    void Write(std::string_view name, std::string_view type, DB_USER_ID value);
+    void Write(std::string_view name, std::string_view type, DB_TIME_TYPE value);
+    void Write(std::string_view name, std::string_view type, DB_UTC_TIME_TYPE value);
+    void Write(std::string_view name, std::string_view type, DB_VERSIONNUMBER value);
+    void Write(std::string_view name, std::string_view type, std::string_view value);
+    void Write(std::string_view name, std::string_view type, std::u16string_view value);
+    void WriteEnumerator(std::string_view name, std::string_view type, std::string_view value);
+    void Refuse(std::string_view name, std::string expected, std::string found);
+
+    // Where the document stands: ok until a write fails.
+    const Result& Status() const { return m_result; }
+    // Completes the document at its destination.
+    Result Finish();
+
+private:
+    template <class Value>
+    void Put(std::string_view name, std::string_view type, Value value);
+    bool NameAllowed(std::string_view name, const WideText& element);
+    void Opened(bool opened, std::string_view name, std::size_t index);
+
+    std::string* m_text;   // the caller's string, given the document once it is complete
+    std::string m_written; // the document as it is written, when it goes to a string
+    std::unique_ptr<StreamWriter> m_out;
+    std::string m_destinationText; // for the message of a failed save
+    std::string m_rootName;        // the path's first step
+    MemberPath m_path;
+    Result m_result;
+};
+
+} // namespace classxml::archive_detail
