@@ -25,12 +25,18 @@ std::set<std::filesystem::path> SideFiles(const std::filesystem::path& directory
     return files;
 }
 
-int ReadDocument(CXMLClassReaderWriter& handle, const std::filesystem::path& file,
-                 const std::filesystem::path& dtdDirectory) {
+int ReadDocument(const std::filesystem::path& file, const std::filesystem::path& dtdDirectory,
+                 const Visit& visit) {
     if (!CheckReadable(file)) return 1;
     CXMLClassReaderWriter::SetDtdDirectory(Wide(dtdDirectory),
                                            CXMLClassReaderWriter::XMLIOTYPE_XERCES);
-    if (handle.ReadFromFile(Wide(file))) return 0; // the parser's own lines go to stderr
+    StreamReader reader;
+    reader.OpenFile(Wide(file)); // the parser's own lines go to stderr
+    StreamReader::Event event;
+    while ((event = reader.Next()) != StreamReader::Event::End &&
+           event != StreamReader::Event::Error)
+        visit(reader, event);
+    if (event == StreamReader::Event::End) return 0;
     bool invalid = false;
     for (const Diagnostic& diagnostic : LastDiagnostics()) {
         if (diagnostic.message.starts_with("refused")) return Fail(file, diagnostic.message);

@@ -7,10 +7,7 @@
 namespace classxml::tool {
 
 int Validate(const std::filesystem::path& file, const std::filesystem::path& dtdDirectory) {
-    using Handle = CXMLClassReaderWriter;
-    Handle document(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, false);
-    const int verdict = ReadDocument(document, file, dtdDirectory);
-    document.ReleaseDocument();
+    const int verdict = ReadDocument(file, dtdDirectory, [](const StreamReader&, auto) {});
     if (verdict != 0) return verdict;
 
     CBasicString<WideChar> doctype;

@@ -48,7 +48,9 @@ const Command kCommands[] = {
     {"dump",
      "dump FILE [--dtd-dir DIR]",
      "Prints the class tree of FILE: classes and containers with their children, properties\n"
-     "as name (type) = value. A document that names a DTD is validated first.\n",
+     "as name (type) = value. A document that names a DTD is validated against it. The tree\n"
+     "is printed as the file is read, in constant memory whatever its size; a document found\n"
+     "malformed or invalid further on ends the listing with the error.\n",
      {"dtd-dir"},
      1,
      1},
