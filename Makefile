@@ -11,6 +11,8 @@ MEMCHECK_PACKAGES := valgrind
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix wine64 wine dpkg-dev
 DOCS_PACKAGES := doxygen
+# cereal is only the yardstick of the stream benchmark.
+BENCH_PACKAGES := libcereal-dev
 
 .PHONY: deps install-packages build demo test asan tsan memcheck fuzz windows bench docs install clean
 
@@ -85,6 +87,7 @@ windows: deps
 	cmake/windows/run-tests.sh build/windows build/windows-deps/prefix
 
 bench: deps
+	@$(MAKE) --no-print-directory install-packages LIST="$(BENCH_PACKAGES)"
 	cmake --preset bench
 	cmake --build --preset bench
 	@for b in build/bench/bench/bench_*; do echo "== $$b"; $$b || exit 1; done

@@ -9,22 +9,9 @@
 
 #include "BenchmarkRatios.h"
 #include "HandleRecords.h"
-#include "Records.h"
-#include "archive/Archive.h"
-
-// The handle-written documents call their strings "string".
-template <>
-struct classxml::TypeText<std::string> {
-    static constexpr std::string_view value = "string";
-};
+#include "RecordArchive.h"
 
 namespace classxml::bench {
-
-template <class Archive>
-void serialize(Archive& ar, Record& record) {
-    ar("id", record.id)("value", record.value)("name", record.name)("flag", record.flag);
-    ar("readings", record.readings)("tags", record.tags);
-}
 
 struct Records {
     std::vector<Record> records;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,17 @@ struct Record {
     bool operator==(const Record&) const = default;
 };
 
-// The same `count` records on every call.
+// Records made one at a time, the same sequence in every run.
+class RecordMaker {
+public:
+    Record Next();
+
+private:
+    std::mt19937 m_random{20261123};
+    std::int32_t m_made = 0;
+};
+
+// The first `count` records of the sequence.
 std::vector<Record> MakeRecords(std::size_t count);
 
 } // namespace classxml::bench
