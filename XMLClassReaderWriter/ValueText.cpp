@@ -64,12 +64,6 @@ std::optional<std::uint64_t> ParseMagnitude(View digits, std::uint64_t limit) {
     return magnitude;
 }
 
-bool AllDigits(View text) {
-    for (const WideChar unit : text)
-        if (unit < WideChar('0') || unit > WideChar('9')) return false;
-    return !text.empty();
-}
-
 } // namespace
 
 Text FormatSigned(std::int64_t value) { return FormatWithToChars(value); }
@@ -132,17 +126,26 @@ double ParseDouble(View text) {
 }
 
 std::optional<std::int64_t> ParseSignedExact(View text, std::int64_t min, std::int64_t max) {
-    const std::size_t sign = !text.empty() && (text[0] == '-' || text[0] == '+') ? 1 : 0;
-    if (!AllDigits(text.substr(sign))) return std::nullopt;
-    const std::int64_t value = ParseSigned(text, min, max);
-    // ParseSigned answers 0 for out of range; a true 0 has only zero digits.
-    if (value == 0 && text.find_first_not_of(WIDE("0"), sign) != View::npos) return std::nullopt;
-    return value;
+    const bool negative = !text.empty() && text[0] == WideChar('-');
+    const View digits = text.substr(negative || (!text.empty() && text[0] == WideChar('+')));
+    const std::uint64_t limit =
+        negative ? static_cast<std::uint64_t>(-(min + 1)) + 1 : static_cast<std::uint64_t>(max);
+    const std::optional<std::uint64_t> magnitude = ParseUnsignedExact(digits, limit);
+    if (!magnitude) return std::nullopt;
+    if (!negative) return static_cast<std::int64_t>(*magnitude);
+    return *magnitude == 0 ? 0 : -static_cast<std::int64_t>(*magnitude - 1) - 1;
 }
 
+// One pass: every unit an ASCII digit, the value within `max`.
 std::optional<std::uint64_t> ParseUnsignedExact(View text, std::uint64_t max) {
-    if (!AllDigits(text)) return std::nullopt;
-    return ParseMagnitude(text, max);
+    if (text.empty()) return std::nullopt;
+    std::uint64_t value = 0;
+    for (const WideChar unit : text) {
+        const unsigned digit = static_cast<unsigned>(unit) - unsigned('0');
+        if (digit > 9 || digit > max || value > (max - digit) / 10) return std::nullopt;
+        value = value * 10 + digit;
+    }
+    return value;
 }
 
 std::optional<double> ParseDoubleExact(View text) {

@@ -11,6 +11,7 @@
 
 #include "platform/FileIO.h"
 #include "stream/EventReader.h"
+#include "stream/Prolog.h"
 #include "xmlio/DOMTreeErrorReporter.h"
 #include "xmlio/DiagnosticLog.h"
 #include "xmlio/DocumentMemory.h"
@@ -23,7 +24,6 @@ namespace classxml {
 namespace {
 
 using namespace xercesc;
-using parse_limits::ActiveBudget;
 using parse_limits::Budget;
 using parse_limits::LimitExceeded;
 using stream_detail::EventReader;
@@ -62,6 +62,18 @@ public:
     }
 };
 
+// The first bytes of the file tell whether it names a DTD; a file that cannot be read is read
+// with the full scanner, which reports why.
+bool FileNamesNoDtd(const CBasicString<WideChar>& path) {
+    int error = 0;
+    const int descriptor = platform::OpenFile(path, platform::OpenOptions(), error);
+    if (descriptor < 0) return false;
+    unsigned char head[stream_detail::kPrologBytes];
+    const std::int64_t read = platform::ReadFileAt(descriptor, 0, head, sizeof head, error);
+    platform::CloseFile(descriptor);
+    return read > 0 && stream_detail::NamesNoDtd(head, std::size_t(read));
+}
+
 } // namespace
 
 class StreamReader::Impl {
@@ -79,23 +91,24 @@ public:
         m_resolver = std::make_unique<entity_policy::Resolver>(CXercesIO::GetDtdDirectory(),
                                                                entity_policy::Missing::Reported);
         m_sourceId = file;
-        return Start(std::uint64_t(std::max<std::int64_t>(0, length)), true, [&] {
-            return std::make_unique<LocalFileInputSource>(xerces_text::Terminated(file),
-                                                          document_memory::Memory());
-        });
+        return Start(std::uint64_t(std::max<std::int64_t>(0, length)), true, FileNamesNoDtd(file),
+                     [&] {
+                         return std::make_unique<LocalFileInputSource>(
+                             xerces_text::Terminated(file), m_memory.get());
+                     });
     }
 
     // Text: not validated, complaints among the diagnostics only, as ReadFromString.
-    bool OpenMemory(const void* bytes, std::size_t byteCount, const XMLCh* encoding) {
+    bool OpenMemory(const void* bytes, std::size_t byteCount, const XMLCh* encoding,
+                    bool namesNoDtd) {
         if (m_state != State::New || byteCount == 0) return Refuse();
         m_errors = std::make_unique<MemoryParseErrors>();
         m_resolver = std::make_unique<entity_policy::Resolver>(CXercesIO::GetDtdDirectory(),
                                                                entity_policy::Missing::ReadsEmpty);
         m_sourceId = kBufferId;
-        return Start(byteCount, false, [&] {
-            auto source =
-                std::make_unique<MemBufInputSource>(static_cast<const XMLByte*>(bytes), byteCount,
-                                                    kBufferId, false, document_memory::Memory());
+        return Start(byteCount, false, namesNoDtd, [&] {
+            auto source = std::make_unique<MemBufInputSource>(
+                static_cast<const XMLByte*>(bytes), byteCount, kBufferId, false, m_memory.get());
             source->setEncoding(encoding);
             return source;
         });
@@ -127,17 +140,46 @@ public:
         }
     }
 
-    bool Skip() {
+    Event NextTag() {
+        Event event;
+        while ((event = Next()) == Event::Text) {
+        }
+        return event;
+    }
+
+    // From a start tag to its end tag; `text`, when given, takes the element's own text.
+    bool ReadToEnd(CBasicString<WideChar>* text) {
+        if (text) text->clear();
         if (!m_current || m_parser->Front().kind != Kind::StartElement) return false;
-        const std::size_t outside = m_depth - 1;
+        const std::size_t inside = m_depth;
         for (;;) {
-            const Event event = Next();
-            if (event == Event::End || event == Event::Error) return false;
-            if (event == Event::EndElement && m_depth == outside) return true;
+            switch (Next()) {
+            case Event::Text:
+                if (text && m_depth == inside) Take(*text);
+                break;
+            case Event::EndElement:
+                if (m_depth == inside - 1) return true;
+                break;
+            case Event::StartElement:
+                break;
+            default:
+                return false;
+            }
         }
     }
 
-    const stream_detail::Event* Current() const { return m_current ? &m_parser->Front() : nullptr; }
+    // The current text joins `text`: moved there when it is the first.
+    void Take(CBasicString<WideChar>& text) {
+        CBasicString<WideChar>& current = m_parser->Front().text;
+        if (text.empty()) {
+            current.swap(text);
+            current.clear();
+        } else {
+            text += current;
+        }
+    }
+
+    stream_detail::Event* Current() const { return m_current ? &m_parser->Front() : nullptr; }
     std::size_t Depth() const { return m_depth; }
 
 private:
@@ -157,12 +199,18 @@ private:
     }
 
     template <class MakeSource>
-    bool Start(std::uint64_t inputBytes, bool validate, MakeSource makeSource) {
+    bool Start(std::uint64_t inputBytes, bool validate, bool namesNoDtd, MakeSource makeSource) {
         diagnostics::Begin();
         m_state = State::Reading;
         m_budget = std::make_unique<Budget>(inputBytes);
+        m_memory = std::make_unique<document_memory::CountedMemory>(*m_budget);
         const bool started = Guarded([&] {
-            m_parser = std::make_unique<Parser>(*m_budget, document_memory::Memory());
+            m_parser = std::make_unique<Parser>(*m_budget, m_memory.get());
+            // A document that names no DTD has nothing to validate and no entities: the scanner
+            // for well-formedness alone reads it the same, faster.
+            if (namesNoDtd)
+                m_parser->setProperty(XMLUni::fgXercesScannerName,
+                                      const_cast<XMLCh*>(XMLUni::fgWFXMLScanner));
             m_parser->setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
             m_parser->setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
             m_parser->setFeature(XMLUni::fgSAX2CoreValidation, validate);
@@ -185,11 +233,11 @@ private:
         return Guarded([&] { return m_parser->parseNext(m_token); });
     }
 
-    // Runs a part of the parse within the document's limits; false when it ended in an error,
-    // which is then among the diagnostics (and, for files, on standard error).
+    // Runs a part of the parse; false when it ended in an error, which is then among the
+    // diagnostics (and, for files, on standard error). The parse's memory counts against its
+    // budget through its own memory manager.
     template <class Part>
     bool Guarded(Part part) {
-        const ActiveBudget active(*m_budget);
         try {
             if (part()) return true;
             m_failed = m_failed || !m_parser->Ended(); // the scanner stopped at a fatal error
@@ -231,6 +279,7 @@ private:
     State m_state = State::New;
     Event m_final = Event::Error;
     std::unique_ptr<Budget> m_budget;
+    std::unique_ptr<document_memory::CountedMemory> m_memory; // of everything the parse makes
     std::unique_ptr<ErrorHandler> m_errors;
     DOMTreeErrorReporter* m_fileErrors = nullptr; // m_errors, when reading a file
     std::unique_ptr<EntityResolver> m_resolver;
@@ -251,16 +300,22 @@ StreamReader::~StreamReader() = default;
 bool StreamReader::OpenFile(View path) { return m_impl->OpenFile(path); }
 
 bool StreamReader::OpenString(CBasicStringView<char8_t> utf8) {
-    return m_impl->OpenMemory(utf8.data(), utf8.size(), XMLUni::fgUTF8EncodingString);
+    return m_impl->OpenMemory(utf8.data(), utf8.size(), XMLUni::fgUTF8EncodingString,
+                              stream_detail::NamesNoDtd(utf8));
 }
 
 bool StreamReader::OpenString(View utf16) {
-    return m_impl->OpenMemory(utf16.data(), 2 * utf16.size(), XMLUni::fgUTF16EncodingString);
+    return m_impl->OpenMemory(utf16.data(), 2 * utf16.size(), XMLUni::fgUTF16EncodingString,
+                              stream_detail::NamesNoDtd(utf16));
 }
 
 StreamReader::Event StreamReader::Next() { return m_impl->Next(); }
 
-bool StreamReader::Skip() { return m_impl->Skip(); }
+StreamReader::Event StreamReader::NextTag() { return m_impl->NextTag(); }
+
+bool StreamReader::Skip() { return m_impl->ReadToEnd(nullptr); }
+
+bool StreamReader::ReadText(CBasicString<WideChar>& text) { return m_impl->ReadToEnd(&text); }
 
 View StreamReader::Name() const {
     const auto* event = m_impl->Current();
@@ -289,7 +344,11 @@ std::optional<View> StreamReader::Attribute(View name) const {
     const std::size_t count = AttributeCount();
     for (std::size_t i = 0; i < count; ++i) {
         const xercesc::XMLAttr* attribute = m_impl->Current()->attributes->elementAt(i);
-        if (xerces_text::ViewOf(attribute->getName()) == name)
+        const XMLCh* candidate = attribute->getName();
+        std::size_t same = 0;
+        while (same < name.size() && candidate[same] == XMLCh(name[same]))
+            ++same;
+        if (same == name.size() && candidate[same] == 0)
             return xerces_text::ViewOf(attribute->getValue());
     }
     return std::nullopt;

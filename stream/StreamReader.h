@@ -60,9 +60,14 @@ public:
 
     /// The next event. After End or Error every call answers the same again.
     Event Next();
+    /// The next start or end tag, passing over text.
+    Event NextTag();
     /// From a start tag, reads on to the end tag of the same element, which becomes the current
     /// event; false when the document ends or fails before it.
     bool Skip();
+    /// The same, putting the element's own character data into `text` (the text inside its
+    /// child elements is passed over).
+    bool ReadText(CBasicString<WideChar>& text);
 
     /// The current start or end tag's name.
     View Name() const;

@@ -37,7 +37,15 @@ public:
     }
 
     void* allocate(XMLSize_t size) override {
-        if (!parse_limits::ChargeActiveBudget(size)) throw xercesc::OutOfMemoryException();
+        return Allocate(size, parse_limits::ActiveBudget::Current());
+    }
+    void deallocate(void* pointer) override {
+        Deallocate(pointer, parse_limits::ActiveBudget::Current());
+    }
+
+    // Memory counted against `budget`, when there is one.
+    void* Allocate(std::size_t size, parse_limits::Budget* budget) {
+        if (budget && !budget->Take(size)) throw xercesc::OutOfMemoryException();
         void* block = size >= kSmallestKept ? TakeKept(size) : nullptr;
         if (!block) block = ::operator new(size + kHeader, std::nothrow);
         if (!block) throw xercesc::OutOfMemoryException();
@@ -45,11 +53,11 @@ public:
         return static_cast<char*>(block) + kHeader;
     }
 
-    void deallocate(void* pointer) override {
+    void Deallocate(void* pointer, parse_limits::Budget* budget) {
         if (!pointer) return;
         void* block = static_cast<char*>(pointer) - kHeader;
         const std::size_t size = *static_cast<std::size_t*>(block);
-        parse_limits::RefundActiveBudget(size);
+        if (budget) budget->GiveBack(size);
         if (size < kSmallestKept || !Keep(block, size)) ::operator delete(block);
     }
 
@@ -98,5 +106,13 @@ KeepingMemory& TheMemory() {
 xercesc::MemoryManager* Memory() { return &TheMemory(); }
 
 void FreeKept() { TheMemory().FreeKept(); }
+
+xercesc::MemoryManager* CountedMemory::getExceptionMemoryManager() {
+    return xercesc::XMLPlatformUtils::fgMemoryManager;
+}
+
+void* CountedMemory::allocate(XMLSize_t size) { return TheMemory().Allocate(size, &m_budget); }
+
+void CountedMemory::deallocate(void* pointer) { TheMemory().Deallocate(pointer, &m_budget); }
 
 } // namespace classxml::document_memory

@@ -2,6 +2,8 @@
 
 #include <xercesc/framework/MemoryManager.hpp>
 
+#include "xmlio/ParseLimits.h"
+
 namespace classxml::document_memory {
 
 // The memory manager of every document and parser the library makes: Xerces' default
@@ -16,5 +18,19 @@ xercesc::MemoryManager* Memory();
 
 // Frees every kept block.
 void FreeKept();
+
+// The same memory for a parser with a budget of its own, counted against it directly rather
+// than through the budget active on the thread: for a parser that works in steps between which
+// the application runs (the stream reader), so that nothing has to be activated per step.
+class CountedMemory : public xercesc::MemoryManager {
+public:
+    explicit CountedMemory(parse_limits::Budget& budget) : m_budget(budget) {}
+    xercesc::MemoryManager* getExceptionMemoryManager() override;
+    void* allocate(XMLSize_t size) override;
+    void deallocate(void* pointer) override;
+
+private:
+    parse_limits::Budget& m_budget;
+};
 
 } // namespace classxml::document_memory

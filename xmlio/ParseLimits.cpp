@@ -35,12 +35,6 @@ ActiveBudget::ActiveBudget(Budget& budget) : m_previous(t_activeBudget) {
 
 ActiveBudget::~ActiveBudget() { t_activeBudget = m_previous; }
 
-bool ChargeActiveBudget(std::uint64_t bytes) {
-    return !t_activeBudget || t_activeBudget->Take(bytes);
-}
-
-void RefundActiveBudget(std::uint64_t bytes) {
-    if (t_activeBudget) t_activeBudget->GiveBack(bytes);
-}
+Budget* ActiveBudget::Current() { return t_activeBudget; }
 
 } // namespace classxml::parse_limits

@@ -56,17 +56,15 @@ class ActiveBudget {
 public:
     explicit ActiveBudget(Budget& budget);
     ~ActiveBudget();
+    // The budget active on this thread, if any. The library's memory manager (DocumentMemory.h)
+    // counts allocations against it and raises Xerces' OutOfMemoryException past its limit,
+    // which every parser passes straight out.
+    static Budget* Current();
     ActiveBudget(const ActiveBudget&) = delete;
     ActiveBudget& operator=(const ActiveBudget&) = delete;
 
 private:
     Budget* m_previous;
 };
-
-// Counts an allocation against the budget active on this thread, if there is one: false past its
-// limit. The library's memory manager (DocumentMemory.h) then raises Xerces'
-// OutOfMemoryException, which every parser passes straight out.
-bool ChargeActiveBudget(std::uint64_t bytes);
-void RefundActiveBudget(std::uint64_t bytes);
 
 } // namespace classxml::parse_limits
