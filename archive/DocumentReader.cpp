@@ -1,6 +1,5 @@
 #include "archive/DocumentReader.h"
 
-#include "XMLClassReaderWriter/ValueText.h"
 #include "archive/Engine.h"
 #include "archive/WideText.h"
 #include "platform/Utf.h"
@@ -10,27 +9,6 @@ namespace {
 
 using Handle = CXMLClassReaderWriter;
 using Wide = CBasicString<WideChar>;
-
-// A found text for a message: quoted, and cut short when long.
-std::string Quoted(CBasicStringView<WideChar> text) {
-    constexpr std::size_t kShown = 40;
-    const std::string utf8 = Utf8Of(text.substr(0, kShown));
-    return '"' + utf8 + (text.size() > kShown ? "...\"" : "\"");
-}
-
-// GetContent writes each line feed of a text node as CR LF; the text as it was has one carriage
-// return fewer before each line feed.
-Wide AsWritten(const Wide& content) {
-    Wide text;
-    text.reserve(content.size());
-    for (const WideChar unit : content) {
-        if (unit == WideChar('\n') && !text.empty() && text.back() == WideChar('\r'))
-            text.back() = unit;
-        else
-            text.push_back(unit);
-    }
-    return text;
-}
 
 } // namespace
 
@@ -167,55 +145,17 @@ const Wide* DocumentReader::Content(std::string_view type) {
     return &element.GetContent();
 }
 
-template <class Value>
-bool DocumentReader::ReadValue(std::string_view type, Value& value) {
-    const Wide* text = Content(type);
-    if (!text) return false;
-    const auto parsed = value_text::Codec<Value>::ParseExact(*text);
-    if (!parsed) return Fail(std::string(type), Quoted(*text));
-    value = *parsed;
-    return true;
+// GetContent writes each line feed of a text node as CR LF; the text as it was has one carriage
+// return fewer before each line feed.
+CBasicStringView<WideChar> DocumentReader::AsWritten(const Wide& content) {
+    m_written.clear();
+    for (const WideChar unit : content) {
+        if (unit == WideChar('\n') && !m_written.empty() && m_written.back() == WideChar('\r'))
+            m_written.back() = unit;
+        else
+            m_written.push_back(unit);
+    }
+    return m_written;
 }
-
-// clang-format off
-bool DocumentReader::Read(std::string_view type, std::int32_t& value) { return ReadValue(type, value); }
-bool DocumentReader::Read(std::string_view type, std::int64_t& value) { return ReadValue(type, value); }
-bool DocumentReader::Read(std::string_view type, std::uint32_t& value) { return ReadValue(type, value); }
-bool DocumentReader::Read(std::string_view type, std::uint64_t& value) { return ReadValue(type, value); }
-bool DocumentReader::Read(std::string_view type, bool& value) { return ReadValue(type, value); }
-bool DocumentReader::Read(std::string_view type, double& value) { return ReadValue(type, value); }
-bool DocumentReader::Read(std::string_view type, DB_ID& value) { return ReadValue(type, value); }
-bool DocumentReader::Read(std::string_view type, DB_GROUP_ID& value) { return ReadValue(type, value); }
-bool DocumentReader::Read(std::string_view type, DB_USER_ID& value) { return ReadValue(type, value); }
-bool DocumentReader::Read(std::string_view type, DB_TIME_TYPE& value) { return ReadValue(type, value); }
-bool DocumentReader::Read(std::string_view type, DB_UTC_TIME_TYPE& value) { return ReadValue(type, value); }
-bool DocumentReader::Read(std::string_view type, DB_VERSIONNUMBER& value) { return ReadValue(type, value); }
-// clang-format on
-
-bool DocumentReader::Read(std::string_view type, std::string& value) {
-    const Wide* text = Content(type);
-    if (!text) return false;
-    value = Utf8Of(AsWritten(*text));
-    return true;
-}
-
-bool DocumentReader::Read(std::string_view type, std::u16string& value) {
-    const Wide* text = Content(type);
-    if (!text) return false;
-    const Wide written = AsWritten(*text);
-    value.assign(written.begin(), written.end());
-    return true;
-}
-
-bool DocumentReader::Fail(std::string expected, std::string found, std::string_view leaf) {
-    if (Failed()) return false;
-    m_result.ok = false;
-    m_result.path = m_path.Text(leaf);
-    m_result.expected = std::move(expected);
-    m_result.found = std::move(found);
-    return false;
-}
-
-Result DocumentReader::TakeResult() { return std::move(m_result); }
 
 } // namespace classxml::archive_detail

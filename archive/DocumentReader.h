@@ -6,8 +6,7 @@
 #include <vector>
 
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "archive/MemberPath.h"
-#include "archive/Result.h"
+#include "archive/ValueReader.h"
 
 namespace classxml::archive_detail {
 
@@ -15,10 +14,10 @@ namespace classxml::archive_detail {
 // of the element at the top (a class member by its element and `varname`), items in document
 // order; values are converted strictly. The first failure is kept with the member's path, and
 // every later call answers false.
-class CLASSXML_API DocumentReader {
+class CLASSXML_API DocumentReader : public ValueReader {
 public:
     DocumentReader();
-    ~DocumentReader();
+    ~DocumentReader() override;
     DocumentReader(const DocumentReader&) = delete;
     DocumentReader& operator=(const DocumentReader&) = delete;
 
@@ -43,28 +42,8 @@ public:
     // The element at the top is the class element `elementName`.
     bool IsClass(std::string_view elementName);
 
-    bool Read(std::string_view type, std::int32_t& value);
-    bool Read(std::string_view type, std::int64_t& value);
-    bool Read(std::string_view type, std::uint32_t& value);
-    bool Read(std::string_view type, std::uint64_t& value);
-    bool Read(std::string_view type, bool& value);
-    bool Read(std::string_view type, double& value);
-    bool Read(std::string_view type, DB_ID& value);
-    bool Read(std::string_view type, DB_GROUP_ID& value);
-    bool Read(std::string_view type, DB_USER_ID& value);
-    bool Read(std::string_view type, DB_TIME_TYPE& value);
-    bool Read(std::string_view type, DB_UTC_TIME_TYPE& value);
-    bool Read(std::string_view type, DB_VERSIONNUMBER& value);
-    // Text exactly as it was written, carriage returns and line feeds as they were.
-    bool Read(std::string_view type, std::string& value);
-    bool Read(std::string_view type, std::u16string& value);
-
-    // Records a failure at the top (or at its member `leaf`): false.
-    bool Fail(std::string expected, std::string found, std::string_view leaf = {});
-    bool Failed() const { return !m_result; }
     // The whole document was read and accepted when it was loaded: nothing is left to do.
     void Finish() {}
-    Result TakeResult();
 
 private:
     struct Frame {
@@ -75,16 +54,13 @@ private:
     CXMLClassReaderWriter FindClassMember(std::string_view elementName,
                                           std::string_view variableName);
     void Push(CXMLClassReaderWriter element, std::size_t index, std::string_view name = {});
-    // The text of the element at the top, once its keytype is `type`.
-    const CBasicString<WideChar>* Content(std::string_view type);
-    template <class Value>
-    bool ReadValue(std::string_view type, Value& value);
+    const CBasicString<WideChar>* Content(std::string_view type) override;
+    CBasicStringView<WideChar> AsWritten(const CBasicString<WideChar>& content) override;
 
     CXMLClassReaderWriter m_root;
     std::string m_rootName; // the path's first step
     std::vector<Frame> m_open;
-    MemberPath m_path;
-    Result m_result;
+    CBasicString<WideChar> m_written; // a content as it was written
 };
 
 } // namespace classxml::archive_detail

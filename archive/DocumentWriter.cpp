@@ -97,57 +97,37 @@ void DocumentWriter::Put(std::string_view name, std::string_view type, Writer ad
         Refuse(name, "text XML can carry", "a character it cannot");
 }
 
-// Each C++ type goes to the handle's writer of its family.
-#define CLASSXML_WRITE(Type, Writer)                                                               \
-    void DocumentWriter::Write(std::string_view name, std::string_view type, Type value) {         \
-        Put(name, type, [&](Handle& h, View n, View t) { return h.Writer(n, t, value); });         \
-    }
-CLASSXML_WRITE(std::int32_t, AddintProperty)
-CLASSXML_WRITE(std::int64_t, Add__int64Property)
-CLASSXML_WRITE(std::uint32_t, AddUINTProperty)
-CLASSXML_WRITE(std::uint64_t, AddDWORD64Property)
-CLASSXML_WRITE(bool, AddboolProperty)
-CLASSXML_WRITE(double, AdddoubleProperty)
-CLASSXML_WRITE(DB_ID, AddDB_IDProperty)
-CLASSXML_WRITE(DB_TIME_TYPE, AddDB_TIME_TYPEProperty)
-CLASSXML_WRITE(DB_UTC_TIME_TYPE, AddDB_UTC_TIME_TYPEProperty)
-CLASSXML_WRITE(DB_VERSIONNUMBER, AddDB_VERSIONNUMBERProperty)
-#undef CLASSXML_WRITE
+namespace {
 
-// Group and user ids have no writer of their own; they are 64-bit numbers like DB_ID.
-void DocumentWriter::Write(std::string_view name, std::string_view type, DB_GROUP_ID value) {
-    Write(name, type, value.get());
+// The handle's writer of each number family.
+Handle Add(Handle& h, View n, View t, std::int32_t v) { return h.AddintProperty(n, t, v); }
+Handle Add(Handle& h, View n, View t, std::int64_t v) { return h.Add__int64Property(n, t, v); }
+Handle Add(Handle& h, View n, View t, std::uint32_t v) { return h.AddUINTProperty(n, t, v); }
+Handle Add(Handle& h, View n, View t, std::uint64_t v) { return h.AddDWORD64Property(n, t, v); }
+Handle Add(Handle& h, View n, View t, bool v) { return h.AddboolProperty(n, t, v); }
+Handle Add(Handle& h, View n, View t, double v) { return h.AdddoubleProperty(n, t, v); }
+Handle Add(Handle& h, View n, View t, DB_ID v) { return h.AddDB_IDProperty(n, t, v); }
+Handle Add(Handle& h, View n, View t, DB_TIME_TYPE v) { return h.AddDB_TIME_TYPEProperty(n, t, v); }
+Handle Add(Handle& h, View n, View t, DB_UTC_TIME_TYPE v) {
+    return h.AddDB_UTC_TIME_TYPEProperty(n, t, v);
 }
-void DocumentWriter::Write(std::string_view name, std::string_view type, DB_USER_ID value) {
-    Write(name, type, value.get());
+Handle Add(Handle& h, View n, View t, DB_VERSIONNUMBER v) {
+    return h.AddDB_VERSIONNUMBERProperty(n, t, v);
 }
 
-void DocumentWriter::Write(std::string_view name, std::string_view type, std::string_view value) {
-    const WideText text(value);
-    if (!text.valid()) return Refuse(name, "UTF-8 text", "an ill-formed byte sequence");
-    Put(name, type,
-        [&](Handle& h, View n, View t) { return h.AddAlpTStringProperty(n, t, text.view()); });
+} // namespace
+
+void DocumentWriter::PutNumber(std::string_view name, std::string_view type, const Number& value) {
+    Put(name, type, [&](Handle& h, View n, View t) {
+        return std::visit([&](auto number) { return Add(h, n, t, number); }, value);
+    });
 }
 
-void DocumentWriter::Write(std::string_view name, std::string_view type,
-                           std::u16string_view value) {
-    const View text(reinterpret_cast<const WideChar*>(value.data()), value.size());
-    Put(name, type, [&](Handle& h, View n, View t) { return h.AddAlpTStringProperty(n, t, text); });
-}
-
-void DocumentWriter::WriteEnumerator(std::string_view name, std::string_view type,
-                                     std::string_view value) {
-    const WideText text(value);
-    Put(name, type,
-        [&](Handle& h, View n, View t) { return h.AddENUMProperty(n, t, text.view()); });
-}
-
-void DocumentWriter::Refuse(std::string_view name, std::string expected, std::string found) {
-    if (!m_result) return;
-    m_result.ok = false;
-    m_result.path = m_path.Text(name);
-    m_result.expected = std::move(expected);
-    m_result.found = std::move(found);
+void DocumentWriter::PutText(std::string_view name, std::string_view type,
+                             CBasicStringView<WideChar> text, bool enumerator) {
+    Put(name, type, [&](Handle& h, View n, View t) {
+        return enumerator ? h.AddENUMProperty(n, t, text) : h.AddAlpTStringProperty(n, t, text);
+    });
 }
 
 Result DocumentWriter::Finish() {

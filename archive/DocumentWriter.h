@@ -6,8 +6,7 @@
 #include <vector>
 
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "archive/MemberPath.h"
-#include "archive/Result.h"
+#include "archive/ValueWriter.h"
 
 namespace classxml {
 
@@ -29,10 +28,10 @@ struct Destination {
 // Builds one document through the handle: the root class element, class elements with their
 // variable names, container elements and property elements, each by the handle's own writer.
 // The first write that fails is kept, with the member's path, and later writes are skipped.
-class CLASSXML_API DocumentWriter {
+class CLASSXML_API DocumentWriter : public ValueWriter {
 public:
     DocumentWriter(Destination destination, std::string_view rootName, const DocumentType& doctype);
-    ~DocumentWriter();
+    ~DocumentWriter() override;
     DocumentWriter(const DocumentWriter&) = delete;
     DocumentWriter& operator=(const DocumentWriter&) = delete;
 
@@ -46,29 +45,13 @@ public:
                   std::size_t index = 0);
     void End();
 
-    void Write(std::string_view name, std::string_view type, std::int32_t value);
-    void Write(std::string_view name, std::string_view type, std::int64_t value);
-    void Write(std::string_view name, std::string_view type, std::uint32_t value);
-    void Write(std::string_view name, std::string_view type, std::uint64_t value);
-    void Write(std::string_view name, std::string_view type, bool value);
-    void Write(std::string_view name, std::string_view type, double value);
-    void Write(std::string_view name, std::string_view type, DB_ID value);
-    void Write(std::string_view name, std::string_view type, DB_GROUP_ID value);
-    void Write(std::string_view name, std::string_view type, DB_USER_ID value);
-    void Write(std::string_view name, std::string_view type, DB_TIME_TYPE value);
-    void Write(std::string_view name, std::string_view type, DB_UTC_TIME_TYPE value);
-    void Write(std::string_view name, std::string_view type, DB_VERSIONNUMBER value);
-    // Text in UTF-8; ill-formed UTF-8 is refused rather than replaced.
-    void Write(std::string_view name, std::string_view type, std::string_view value);
-    void Write(std::string_view name, std::string_view type, std::u16string_view value);
-    void WriteEnumerator(std::string_view name, std::string_view type, std::string_view value);
-    // Reports a value the archive cannot write (an enumerator missing from its table).
-    void Refuse(std::string_view name, std::string expected, std::string found);
-
     // Saves the document to its destination.
     Result Finish();
 
 private:
+    void PutNumber(std::string_view name, std::string_view type, const Number& value) override;
+    void PutText(std::string_view name, std::string_view type, CBasicStringView<WideChar> text,
+                 bool enumerator) override;
     template <class Make>
     CXMLClassReaderWriter Made(std::string_view name, Make make);
     template <class Writer>
@@ -79,8 +62,6 @@ private:
     std::string m_rootName; // the path's first step
     CXMLClassReaderWriter m_root;
     std::vector<CXMLClassReaderWriter> m_open; // the root, then each element begun
-    MemberPath m_path;
-    Result m_result;
 };
 
 } // namespace archive_detail

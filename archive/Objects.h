@@ -21,26 +21,26 @@
 namespace classxml {
 
 /// @ingroup archive
-/// Where a document is written: a file, replaced in one step once it is complete, or a string.
-///@{
+/// A document written to a file, which is replaced in one step once the document is complete.
 struct InFile {
     std::string_view path; ///< UTF-8
 };
-struct InString {
-    std::string& utf8; ///< emptied first; holds the document once it is complete
-};
-///@}
 /// @ingroup archive
-/// Where a document is read from: a file, validated against its DTD as ReadFromFile validates,
-/// or a UTF-8 string, which must stay as it is until the reader is done.
-///@{
+/// A document written to a string, which takes it once it is complete and is left as it was
+/// when it fails.
+struct InString {
+    std::string& utf8; ///< UTF-8
+};
+/// @ingroup archive
+/// A document read from a file, validated against its DTD as ReadFromFile validates.
 struct FromFile {
     std::string_view path; ///< UTF-8
 };
+/// @ingroup archive
+/// A document read from a UTF-8 string, which must stay as it is until the reader is done.
 struct FromString {
     std::string_view utf8; ///< the document
 };
-///@}
 
 /// @ingroup archive
 /// Writes objects one at a time into one document, each as a class element of its root, on the

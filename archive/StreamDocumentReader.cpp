@@ -1,6 +1,7 @@
 #include "archive/StreamDocumentReader.h"
 
-#include "XMLClassReaderWriter/ValueText.h"
+#include <algorithm>
+
 #include "archive/Engine.h"
 #include "archive/WideText.h"
 #include "platform/Utf.h"
@@ -14,20 +15,14 @@ using Event = StreamReader::Event;
 
 // Names and type texts are nearly always ASCII, compared here without a conversion.
 bool SameText(CBasicStringView<WideChar> wide, std::string_view utf8) {
-    if (wide.size() == utf8.size()) {
-        std::size_t i = 0;
-        while (i < utf8.size() && static_cast<unsigned char>(utf8[i]) < 0x80 &&
-               wide[i] == WideChar(utf8[i]))
-            ++i;
-        if (i == utf8.size()) return true;
-        if (static_cast<unsigned char>(utf8[i]) < 0x80) return false;
-    }
-    return Utf8Of(wide) == utf8;
-}
-
-std::string Quoted(CBasicStringView<WideChar> text) {
-    constexpr std::size_t kShown = 40;
-    return '"' + Utf8Of(text.substr(0, kShown)) + (text.size() > kShown ? "...\"" : "\"");
+    const std::size_t shorter = std::min(wide.size(), utf8.size());
+    std::size_t i = 0;
+    while (i < shorter && static_cast<unsigned char>(utf8[i]) < 0x80 &&
+           wide[i] == WideChar(utf8[i]))
+        ++i;
+    if (i == shorter) return wide.size() == utf8.size();
+    if (static_cast<unsigned char>(utf8[i]) < 0x80) return false; // an ASCII character differs
+    return Utf8Of(wide.substr(i)) == utf8.substr(i);
 }
 
 } // namespace
@@ -52,7 +47,7 @@ bool StreamDocumentReader::LoadString(std::string_view utf8, std::string_view ro
 
 bool StreamDocumentReader::Started(bool opened, std::string_view rootName) {
     m_rootName = rootName;
-    if (!opened || m_reader->Next() != Event::StartElement) {
+    if (!opened || Advance() != Event::StartElement) {
         m_path.Enter(m_rootName);
         return Stopped();
     }
@@ -70,28 +65,27 @@ void StreamDocumentReader::Enter(std::string_view name, std::size_t index) {
     if (m_open == m_frames.size()) m_frames.emplace_back();
     Frame& frame = m_frames[m_open++];
     frame.name = m_reader->Name();
-    frame.hasKeyType = false;
-    frame.keyType.clear();
-    frame.varKeyType.clear();
-    frame.varType.clear();
-    for (std::size_t i = 0, count = m_reader->AttributeCount(); i < count; ++i) {
-        const CBasicStringView<WideChar> attribute = m_reader->AttributeName(i);
-        if (attribute == CBasicStringView<WideChar>(WIDE("keytype"))) {
-            frame.keyType.assign(m_reader->AttributeValue(i));
-            frame.hasKeyType = true;
-        } else if (attribute == CBasicStringView<WideChar>(WIDE("varkeytype"))) {
-            frame.varKeyType.assign(m_reader->AttributeValue(i));
-        } else if (attribute == CBasicStringView<WideChar>(WIDE("vartype"))) {
-            frame.varType.assign(m_reader->AttributeValue(i));
-        }
-    }
     frame.index = index;
     frame.ended = false;
     m_pending = false;
+    m_onStartTag = true;
     if (index)
         m_path.Enter(frame.name, index); // an item is named by its element
     else
         m_path.Enter(name);
+}
+
+// The reader's next event, which leaves the start tag it stood on.
+StreamReader::Event StreamDocumentReader::Advance() {
+    m_onStartTag = false;
+    return m_reader->Next();
+}
+
+// An attribute of the element just entered. Attributes stay in the reader only while it stands
+// on their start tag, and the archive asks for them before it reads on.
+std::optional<CBasicStringView<WideChar>>
+StreamDocumentReader::Attribute(CBasicStringView<WideChar> name) const {
+    return m_onStartTag ? m_reader->Attribute(name) : std::nullopt;
 }
 
 // Steps onto the next child element of the innermost open element; false at its end.
@@ -100,24 +94,22 @@ bool StreamDocumentReader::NextChild() {
     if (m_pending) return true;
     Frame& top = m_frames[m_open - 1];
     if (top.ended) return false;
-    for (;;) {
-        switch (m_reader->Next()) {
-        case Event::StartElement:
-            return m_pending = true;
-        case Event::Text:
-            continue;
-        case Event::EndElement:
-            top.ended = true;
-            return false;
-        default:
-            return Stopped();
-        }
+    m_onStartTag = false;
+    switch (m_reader->NextTag()) {
+    case Event::StartElement:
+        return m_pending = true;
+    case Event::EndElement:
+        top.ended = true;
+        return false;
+    default:
+        return Stopped();
     }
 }
 
 // Steps over the child the reader stands on.
 bool StreamDocumentReader::SkipChild() {
     m_pending = false;
+    m_onStartTag = false;
     return m_reader->Skip() || Stopped();
 }
 
@@ -179,25 +171,8 @@ bool StreamDocumentReader::NextItem() {
 // Reads on to the end of the innermost open element, past what the archive did not ask for.
 void StreamDocumentReader::Leave() {
     if (m_open == 0) return;
-    Frame& top = m_frames[m_open - 1];
-    while (!Failed() && !top.ended) {
-        if (m_pending) {
-            SkipChild();
-            continue;
-        }
-        switch (m_reader->Next()) {
-        case Event::StartElement:
-            SkipChild();
-            break;
-        case Event::Text:
-            break;
-        case Event::EndElement:
-            top.ended = true;
-            break;
-        default:
-            Stopped();
-        }
-    }
+    while (NextChild())
+        SkipChild();
     m_pending = false;
     --m_open;
     m_path.Leave();
@@ -213,105 +188,45 @@ bool StreamDocumentReader::IsClass(std::string_view elementName) {
 bool StreamDocumentReader::IsContainer(std::string_view kind, std::string_view itemType,
                                        std::string_view valueType) {
     if (Failed()) return false;
-    const Frame& top = m_frames[m_open - 1];
     const bool map = kind == "map";
-    if (SameText(top.keyType, kind) && SameText(top.varKeyType, itemType) &&
-        (!map || SameText(top.varType, valueType)))
+    const auto text = [&](CBasicStringView<WideChar> name) {
+        return Attribute(name).value_or(CBasicStringView<WideChar>());
+    };
+    const auto foundKind = text(WIDE("keytype")), foundItem = text(WIDE("varkeytype")),
+               foundValue = map ? text(WIDE("vartype")) : CBasicStringView<WideChar>();
+    if (SameText(foundKind, kind) && SameText(foundItem, itemType) &&
+        (!map || SameText(foundValue, valueType)))
         return true;
     const auto describe = [map](std::string_view k, std::string_view i, std::string_view v) {
         return std::string(k) + " of " + std::string(i) + (map ? " to " + std::string(v) : "");
     };
     return Fail(describe(kind, itemType, valueType),
-                describe(Utf8Of(top.keyType), Utf8Of(top.varKeyType),
-                         map ? Utf8Of(top.varType) : std::string()));
+                describe(Utf8Of(foundKind), Utf8Of(foundItem), Utf8Of(foundValue)));
 }
 
 // The text of the innermost open element, read to its end tag, once its keytype (when it has
 // one) is `type`. Like the handle's content, it is the element's own character data.
 const Wide* StreamDocumentReader::Content(std::string_view type) {
     if (Failed()) return nullptr;
-    Frame& top = m_frames[m_open - 1];
-    if (top.hasKeyType && !SameText(top.keyType, type)) {
-        Fail(std::string(type), "keytype " + Utf8Of(top.keyType));
+    if (const auto keyType = Attribute(WIDE("keytype")); keyType && !SameText(*keyType, type)) {
+        Fail(std::string(type), "keytype " + Utf8Of(*keyType));
         return nullptr;
     }
-    m_text.clear();
-    while (!top.ended) {
-        switch (m_reader->Next()) {
-        case Event::Text:
-            m_text += m_reader->Text();
-            break;
-        case Event::StartElement:
-            m_pending = true;
-            if (!SkipChild()) return nullptr;
-            break;
-        case Event::EndElement:
-            top.ended = true;
-            break;
-        default:
-            Stopped();
-            return nullptr;
-        }
+    Frame& top = m_frames[m_open - 1];
+    if (!m_onStartTag || !m_reader->ReadText(m_text)) {
+        Stopped();
+        return nullptr;
     }
+    m_onStartTag = false;
+    top.ended = true;
     return &m_text;
-}
-
-template <class Value>
-bool StreamDocumentReader::ReadValue(std::string_view type, Value& value) {
-    const Wide* text = Content(type);
-    if (!text) return false;
-    const auto parsed = value_text::Codec<Value>::ParseExact(*text);
-    if (!parsed) return Fail(std::string(type), Quoted(*text));
-    value = *parsed;
-    return true;
-}
-
-// clang-format off
-bool StreamDocumentReader::Read(std::string_view type, std::int32_t& value) { return ReadValue(type, value); }
-bool StreamDocumentReader::Read(std::string_view type, std::int64_t& value) { return ReadValue(type, value); }
-bool StreamDocumentReader::Read(std::string_view type, std::uint32_t& value) { return ReadValue(type, value); }
-bool StreamDocumentReader::Read(std::string_view type, std::uint64_t& value) { return ReadValue(type, value); }
-bool StreamDocumentReader::Read(std::string_view type, bool& value) { return ReadValue(type, value); }
-bool StreamDocumentReader::Read(std::string_view type, double& value) { return ReadValue(type, value); }
-bool StreamDocumentReader::Read(std::string_view type, DB_ID& value) { return ReadValue(type, value); }
-bool StreamDocumentReader::Read(std::string_view type, DB_GROUP_ID& value) { return ReadValue(type, value); }
-bool StreamDocumentReader::Read(std::string_view type, DB_USER_ID& value) { return ReadValue(type, value); }
-bool StreamDocumentReader::Read(std::string_view type, DB_TIME_TYPE& value) { return ReadValue(type, value); }
-bool StreamDocumentReader::Read(std::string_view type, DB_UTC_TIME_TYPE& value) { return ReadValue(type, value); }
-bool StreamDocumentReader::Read(std::string_view type, DB_VERSIONNUMBER& value) { return ReadValue(type, value); }
-// clang-format on
-
-// Text exactly as the document holds it.
-bool StreamDocumentReader::Read(std::string_view type, std::string& value) {
-    const Wide* text = Content(type);
-    if (!text) return false;
-    value = Utf8Of(*text);
-    return true;
-}
-
-bool StreamDocumentReader::Read(std::string_view type, std::u16string& value) {
-    const Wide* text = Content(type);
-    if (!text) return false;
-    value.assign(text->begin(), text->end());
-    return true;
-}
-
-bool StreamDocumentReader::Fail(std::string expected, std::string found, std::string_view leaf) {
-    if (Failed()) return false;
-    m_result.ok = false;
-    m_result.path = m_path.Text(leaf);
-    m_result.expected = std::move(expected);
-    m_result.found = std::move(found);
-    return false;
 }
 
 void StreamDocumentReader::Finish() {
     while (m_open > 0)
         Leave();
-    if (!Failed() && m_reader->Next() != Event::End) Stopped();
+    if (!Failed() && Advance() != Event::End) Stopped();
     m_result.diagnostics = LastDiagnostics();
 }
-
-Result StreamDocumentReader::TakeResult() { return std::move(m_result); }
 
 } // namespace classxml::archive_detail

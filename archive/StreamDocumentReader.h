@@ -2,19 +2,16 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "BasicString.h"
 #include "DatabaseTypes.h"
-#include "archive/MemberPath.h"
-#include "archive/Result.h"
+#include "archive/ValueReader.h"
 #include "platform/Export.h"
-
-namespace classxml {
-class StreamReader;
-}
+#include "stream/StreamReader.h"
 
 namespace classxml::archive_detail {
 
@@ -23,10 +20,10 @@ namespace classxml::archive_detail {
 // elements before it; an optional member is present only when it is the next element. Values
 // are converted strictly, as DocumentReader converts them. A load is accepted only once the
 // rest of the document has been read and found well-formed and valid (Finish).
-class CLASSXML_API StreamDocumentReader {
+class CLASSXML_API StreamDocumentReader : public ValueReader {
 public:
     StreamDocumentReader();
-    ~StreamDocumentReader();
+    ~StreamDocumentReader() override;
     StreamDocumentReader(const StreamDocumentReader&) = delete;
     StreamDocumentReader& operator=(const StreamDocumentReader&) = delete;
 
@@ -47,60 +44,39 @@ public:
                      std::string_view valueType = {});
     bool IsClass(std::string_view elementName);
 
-    bool Read(std::string_view type, std::int32_t& value);
-    bool Read(std::string_view type, std::int64_t& value);
-    bool Read(std::string_view type, std::uint32_t& value);
-    bool Read(std::string_view type, std::uint64_t& value);
-    bool Read(std::string_view type, bool& value);
-    bool Read(std::string_view type, double& value);
-    bool Read(std::string_view type, DB_ID& value);
-    bool Read(std::string_view type, DB_GROUP_ID& value);
-    bool Read(std::string_view type, DB_USER_ID& value);
-    bool Read(std::string_view type, DB_TIME_TYPE& value);
-    bool Read(std::string_view type, DB_UTC_TIME_TYPE& value);
-    bool Read(std::string_view type, DB_VERSIONNUMBER& value);
-    bool Read(std::string_view type, std::string& value);
-    bool Read(std::string_view type, std::u16string& value);
-
-    bool Fail(std::string expected, std::string found, std::string_view leaf = {});
-    bool Failed() const { return !m_result; }
     // Reads the rest of the document; a document that turns out malformed or invalid fails
     // the load.
     void Finish();
-    Result TakeResult();
 
     // For reading objects one at a time: steps onto the next child of the root element named
     // `elementName`, skipping others; false at the root's end or on failure.
     bool NextObject(std::string_view elementName, std::size_t index);
 
 private:
-    // An open element: its name and the attributes of the format, and where it stands.
+    // An open element.
     struct Frame {
         CBasicStringView<WideChar> name; // in the document's element declaration
-        CBasicString<WideChar> keyType, varKeyType, varType;
-        bool hasKeyType = false;
-        std::size_t index = 0; // an item's place in its container, from 1
-        bool ended = false;    // its end tag has been read
+        std::size_t index = 0;           // an item's place in its container, from 1
+        bool ended = false;              // its end tag has been read
     };
 
     bool Started(bool opened, std::string_view rootName);
+    StreamReader::Event Advance();
     bool NextChild();
     bool SkipChild();
+    std::optional<CBasicStringView<WideChar>> Attribute(CBasicStringView<WideChar> name) const;
     bool Matches(std::string_view elementName, std::string_view variableName) const;
     void Enter(std::string_view name, std::size_t index);
     bool Stopped();
-    const CBasicString<WideChar>* Content(std::string_view type);
-    template <class Value>
-    bool ReadValue(std::string_view type, Value& value);
+    const CBasicString<WideChar>* Content(std::string_view type) override;
 
     std::unique_ptr<StreamReader> m_reader;
     std::vector<Frame> m_frames; // the open elements; frames are reused, not freed
     std::size_t m_open = 0;      // how many of m_frames are open
     bool m_pending = false;      // the reader stands on the start tag of a child not entered
+    bool m_onStartTag = false;   // the reader stands on the start tag of the innermost element
     CBasicString<WideChar> m_text;
     std::string m_rootName; // the path's first step
-    MemberPath m_path;
-    Result m_result;
 };
 
 } // namespace classxml::archive_detail

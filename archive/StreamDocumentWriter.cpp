@@ -92,55 +92,14 @@ void StreamDocumentWriter::Put(std::string_view name, std::string_view type, Val
     if (!written) Refuse(name, "text XML can carry", "a character it cannot");
 }
 
-// Each C++ type goes to the stream writer's writer of its family.
-#define CLASSXML_STREAM_PUT(Type)                                                                  \
-    void StreamDocumentWriter::Write(std::string_view name, std::string_view type, Type value) {   \
-        Put(name, type, value);                                                                    \
-    }
-CLASSXML_STREAM_PUT(std::int32_t)
-CLASSXML_STREAM_PUT(std::int64_t)
-CLASSXML_STREAM_PUT(std::uint32_t)
-CLASSXML_STREAM_PUT(std::uint64_t)
-CLASSXML_STREAM_PUT(bool)
-CLASSXML_STREAM_PUT(double)
-CLASSXML_STREAM_PUT(DB_ID)
-CLASSXML_STREAM_PUT(DB_TIME_TYPE)
-CLASSXML_STREAM_PUT(DB_UTC_TIME_TYPE)
-CLASSXML_STREAM_PUT(DB_VERSIONNUMBER)
-#undef CLASSXML_STREAM_PUT
-
-// Group and user ids are 64-bit numbers, as the DOM engine writes them.
-void StreamDocumentWriter::Write(std::string_view name, std::string_view type, DB_GROUP_ID value) {
-    Put(name, type, value.get());
-}
-void StreamDocumentWriter::Write(std::string_view name, std::string_view type, DB_USER_ID value) {
-    Put(name, type, value.get());
+void StreamDocumentWriter::PutNumber(std::string_view name, std::string_view type,
+                                     const Number& value) {
+    std::visit([&](auto number) { Put(name, type, number); }, value);
 }
 
-void StreamDocumentWriter::Write(std::string_view name, std::string_view type,
-                                 std::string_view value) {
-    const WideText text(value);
-    if (!text.valid()) return Refuse(name, "UTF-8 text", "an ill-formed byte sequence");
-    Put(name, type, text.view());
-}
-
-void StreamDocumentWriter::Write(std::string_view name, std::string_view type,
-                                 std::u16string_view value) {
-    Put(name, type,
-        CBasicStringView<WideChar>(reinterpret_cast<const WideChar*>(value.data()), value.size()));
-}
-
-void StreamDocumentWriter::WriteEnumerator(std::string_view name, std::string_view type,
-                                           std::string_view value) {
-    Put(name, type, WideText(value).view());
-}
-
-void StreamDocumentWriter::Refuse(std::string_view name, std::string expected, std::string found) {
-    if (!m_result) return;
-    m_result.ok = false;
-    m_result.path = m_path.Text(name);
-    m_result.expected = std::move(expected);
-    m_result.found = std::move(found);
+void StreamDocumentWriter::PutText(std::string_view name, std::string_view type,
+                                   CBasicStringView<WideChar> text, bool) {
+    Put(name, type, text);
 }
 
 Result StreamDocumentWriter::Finish() {

@@ -7,8 +7,7 @@
 
 #include "DatabaseTypes.h"
 #include "archive/DocumentWriter.h"
-#include "archive/MemberPath.h"
-#include "archive/Result.h"
+#include "archive/ValueWriter.h"
 #include "platform/Export.h"
 
 namespace classxml {
@@ -23,11 +22,11 @@ class WideText;
 // document, written straight to its destination as the calls come. The first write that fails
 // is kept, with the member's path; later writes are skipped and the destination is left as it
 // was.
-class CLASSXML_API StreamDocumentWriter {
+class CLASSXML_API StreamDocumentWriter : public ValueWriter {
 public:
     StreamDocumentWriter(Destination destination, std::string_view rootName,
                          const DocumentType& doctype);
-    ~StreamDocumentWriter();
+    ~StreamDocumentWriter() override;
     StreamDocumentWriter(const StreamDocumentWriter&) = delete;
     StreamDocumentWriter& operator=(const StreamDocumentWriter&) = delete;
 
@@ -39,29 +38,13 @@ public:
                   std::size_t index = 0);
     void End();
 
-    void Write(std::string_view name, std::string_view type, std::int32_t value);
-    void Write(std::string_view name, std::string_view type, std::int64_t value);
-    void Write(std::string_view name, std::string_view type, std::uint32_t value);
-    void Write(std::string_view name, std::string_view type, std::uint64_t value);
-    void Write(std::string_view name, std::string_view type, bool value);
-    void Write(std::string_view name, std::string_view type, double value);
-    void Write(std::string_view name, std::string_view type, DB_ID value);
-    void Write(std::string_view name, std::string_view type, DB_GROUP_ID value);
-    void Write(std::string_view name, std::string_view type, DB_USER_ID value);
-    void Write(std::string_view name, std::string_view type, DB_TIME_TYPE value);
-    void Write(std::string_view name, std::string_view type, DB_UTC_TIME_TYPE value);
-    void Write(std::string_view name, std::string_view type, DB_VERSIONNUMBER value);
-    void Write(std::string_view name, std::string_view type, std::string_view value);
-    void Write(std::string_view name, std::string_view type, std::u16string_view value);
-    void WriteEnumerator(std::string_view name, std::string_view type, std::string_view value);
-    void Refuse(std::string_view name, std::string expected, std::string found);
-
-    // Where the document stands: ok until a write fails.
-    const Result& Status() const { return m_result; }
     // Completes the document at its destination.
     Result Finish();
 
 private:
+    void PutNumber(std::string_view name, std::string_view type, const Number& value) override;
+    void PutText(std::string_view name, std::string_view type, CBasicStringView<WideChar> text,
+                 bool enumerator) override;
     template <class Value>
     void Put(std::string_view name, std::string_view type, Value value);
     bool NameAllowed(std::string_view name, const WideText& element);
@@ -72,8 +55,6 @@ private:
     std::unique_ptr<StreamWriter> m_out;
     std::string m_destinationText; // for the message of a failed save
     std::string m_rootName;        // the path's first step
-    MemberPath m_path;
-    Result m_result;
 };
 
 } // namespace classxml::archive_detail

@@ -16,7 +16,7 @@ set(CLASSXML_PUBLIC_HEADER_FOLDERS
     "xmlio:Diagnostics.h XMLIO.h XercesForward.h XercesIO.h XercesStringHandler.h"
     "XMLClassReaderWriter:AttributeMap.h XMLClassReaderWriter.h"
     "archive:Archive.h DocumentReader.h DocumentWriter.h MemberPath.h Objects.h Result.h"
-    "archive:StreamDocumentReader.h StreamDocumentWriter.h TypeText.h"
+    "archive:StreamDocumentReader.h StreamDocumentWriter.h TypeText.h ValueReader.h ValueWriter.h"
     "stream:StreamReader.h StreamWriter.h")
 install(FILES ${CLASSXML_PUBLIC_HEADERS} DESTINATION ${CLASSXML_INCLUDE_DIR})
 foreach(entry IN LISTS CLASSXML_PUBLIC_HEADER_FOLDERS)

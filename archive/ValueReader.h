@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "BasicString.h"
+#include "DatabaseTypes.h"
+#include "archive/MemberPath.h"
+#include "archive/Result.h"
+#include "platform/Export.h"
+
+namespace classxml::archive_detail {
+
+// What the readers of both engines share: every value type read strictly through its one text
+// conversion, strings exactly as they were written, and the first failure kept with the
+// member's path, after which every call answers false. A reader gives the text of the element
+// it stands on.
+class CLASSXML_API ValueReader {
+public:
+    virtual ~ValueReader();
+
+    bool Read(std::string_view type, std::int32_t& value);
+    bool Read(std::string_view type, std::int64_t& value);
+    bool Read(std::string_view type, std::uint32_t& value);
+    bool Read(std::string_view type, std::uint64_t& value);
+    bool Read(std::string_view type, bool& value);
+    bool Read(std::string_view type, double& value);
+    bool Read(std::string_view type, DB_ID& value);
+    bool Read(std::string_view type, DB_GROUP_ID& value);
+    bool Read(std::string_view type, DB_USER_ID& value);
+    bool Read(std::string_view type, DB_TIME_TYPE& value);
+    bool Read(std::string_view type, DB_UTC_TIME_TYPE& value);
+    bool Read(std::string_view type, DB_VERSIONNUMBER& value);
+    // Text exactly as it was written, carriage returns and line feeds as they were.
+    bool Read(std::string_view type, std::string& value);
+    bool Read(std::string_view type, std::u16string& value);
+
+    // Records a failure at the top (or at its member `leaf`): false.
+    bool Fail(std::string expected, std::string found, std::string_view leaf = {});
+    bool Failed() const { return !m_result; }
+    Result TakeResult() { return std::move(m_result); }
+
+protected:
+    // The text of the element the reader stands on, once its keytype (when it has one) is
+    // `type`; null after a failure, which the reader has recorded.
+    virtual const CBasicString<WideChar>* Content(std::string_view type) = 0;
+    // The content as the application wrote it, where the engine's content differs from it.
+    virtual CBasicStringView<WideChar> AsWritten(const CBasicString<WideChar>& content) {
+        return content;
+    }
+
+    MemberPath m_path;
+    Result m_result;
+
+private:
+    template <class Value>
+    bool ReadValue(std::string_view type, Value& value);
+};
+
+} // namespace classxml::archive_detail
