@@ -33,26 +33,25 @@ using View = StreamReader::View;
 // The system id of every memory document, as the DOM's memory parses name it.
 constexpr const XMLCh* kBufferId = WIDE("prodInfo");
 
-// Thrown from the error handler of a memory parse: like the DOM's memory parse, it stops at the
-// first error.
-struct FirstError {};
-
 // The complaints of a memory parse, among the diagnostics only (a memory parse writes nothing to
-// standard error), as the DOM's memory parse records them.
+// standard error), as the DOM's memory parse records them: up to its first error, where the
+// DOM's stops. The reader stops there too, after the scanner's step, rather than throwing out
+// of Xerces, whose DTD scanner leaks what it holds when a handler throws.
 class MemoryParseErrors : public ErrorHandler {
 public:
     void warning(const SAXParseException& exception) override {
-        Record(Diagnostic::Severity::Warning, exception);
+        if (!m_failed) Record(Diagnostic::Severity::Warning, exception);
     }
     void error(const SAXParseException& exception) override {
-        Record(Diagnostic::Severity::Error, exception);
-        throw FirstError{};
+        if (!m_failed) Record(Diagnostic::Severity::Error, exception);
+        m_failed = true;
     }
     void fatalError(const SAXParseException& exception) override {
-        Record(Diagnostic::Severity::FatalError, exception);
-        throw FirstError{};
+        if (!m_failed) Record(Diagnostic::Severity::FatalError, exception);
+        m_failed = true;
     }
     void resetErrors() override {}
+    bool Failed() const { return m_failed; }
 
     static void Record(Diagnostic::Severity severity, const SAXParseException& exception) {
         const XMLCh* source = exception.getSystemId();
@@ -60,6 +59,9 @@ public:
                             exception.getLineNumber(), exception.getColumnNumber(),
                             exception.getMessage());
     }
+
+private:
+    bool m_failed = false;
 };
 
 // The first bytes of the file tell whether it names a DTD; a file that cannot be read is read
@@ -102,7 +104,9 @@ public:
     bool OpenMemory(const void* bytes, std::size_t byteCount, const XMLCh* encoding,
                     bool namesNoDtd) {
         if (m_state != State::New || byteCount == 0) return Refuse();
-        m_errors = std::make_unique<MemoryParseErrors>();
+        auto errors = std::make_unique<MemoryParseErrors>();
+        m_memoryErrors = errors.get();
+        m_errors = std::move(errors);
         m_resolver = std::make_unique<entity_policy::Resolver>(CXercesIO::GetDtdDirectory(),
                                                                entity_policy::Missing::ReadsEmpty);
         m_sourceId = kBufferId;
@@ -239,15 +243,20 @@ private:
     template <class Part>
     bool Guarded(Part part) {
         try {
-            if (part()) return true;
+            const bool going = part();
+            if (m_memoryErrors && m_memoryErrors->Failed()) { // stops at its first error
+                m_failed = true;
+                return false;
+            }
+            if (going) return true;
             m_failed = m_failed || !m_parser->Ended(); // the scanner stopped at a fatal error
             return false;
         } catch (const LimitExceeded&) {
             ReportStop();
-        } catch (const FirstError&) {
         } catch (const DOMException& exception) { // what the DOM readers refuse, see EventReader
-            diagnostics::Record(Diagnostic::Severity::FatalError, m_sourceId.c_str(), 0, 0,
-                                exception.getMessage());
+            if (!m_memoryErrors || !m_memoryErrors->Failed())
+                diagnostics::Record(Diagnostic::Severity::FatalError, m_sourceId.c_str(), 0, 0,
+                                    exception.getMessage());
         } catch (const OutOfMemoryException&) {
             if (m_parser && m_budget->MemoryExceeded()) {
                 m_parser->StopHere(parse_limits::kTooLarge);
@@ -259,13 +268,14 @@ private:
         return false;
     }
 
-    // Where and why a limit stopped the parse, as the parser reports its own errors.
+    // Where and why a limit stopped the parse, as the parser reports its own errors; a memory
+    // parse reports nothing after its first error.
     void ReportStop() {
         const SAXParseException stop = m_parser->StopReport();
         if (m_fileErrors)
             m_fileErrors->fatalError(stop);
         else
-            MemoryParseErrors::Record(Diagnostic::Severity::FatalError, stop);
+            m_memoryErrors->fatalError(stop);
     }
 
     // Accepted when the scanner reached the end without an error; a file's validity errors
@@ -282,6 +292,7 @@ private:
     std::unique_ptr<document_memory::CountedMemory> m_memory; // of everything the parse makes
     std::unique_ptr<ErrorHandler> m_errors;
     DOMTreeErrorReporter* m_fileErrors = nullptr; // m_errors, when reading a file
+    MemoryParseErrors* m_memoryErrors = nullptr;  // m_errors, when reading text
     std::unique_ptr<EntityResolver> m_resolver;
     std::unique_ptr<Parser> m_parser;
     std::unique_ptr<InputSource> m_source;
