@@ -352,9 +352,10 @@ View StreamReader::AttributeValue(std::size_t index) const {
 }
 
 std::optional<View> StreamReader::Attribute(View name) const {
-    const std::size_t count = AttributeCount();
-    for (std::size_t i = 0; i < count; ++i) {
-        const xercesc::XMLAttr* attribute = m_impl->Current()->attributes->elementAt(i);
+    const stream_detail::Event* event = m_impl->Current();
+    if (!event || event->kind != stream_detail::Event::Kind::StartElement) return std::nullopt;
+    for (std::size_t i = 0; i < event->attributeCount; ++i) {
+        const xercesc::XMLAttr* attribute = event->attributes->elementAt(i);
         const XMLCh* candidate = attribute->getName();
         std::size_t same = 0;
         while (same < name.size() && candidate[same] == XMLCh(name[same]))

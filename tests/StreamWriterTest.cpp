@@ -26,8 +26,7 @@ protected:
 // A generated corpus: every call is accepted or refused alike, and the UTF-8 string, the UTF-16
 // string and the file of each document are the DOM's bytes.
 TEST_F(StreamWriterTest, WritesWhatTheDomSaveWrites) {
-    const std::wstring::size_type documents = 300;
-    for (unsigned seed = 1; seed <= documents; ++seed) {
+    for (unsigned seed = 1; seed <= 300; ++seed) {
         const GeneratedDocument generated(seed);
         Handle dom = NewHandle(generated.typeCheck);
         std::vector<bool> domAccepted;

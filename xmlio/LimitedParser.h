@@ -10,6 +10,7 @@
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/RefVectorOf.hpp>
+#include <xercesc/validators/DTD/DTDEntityDecl.hpp>
 
 #include "BasicString.h"
 #include "xmlio/ParseLimits.h"
@@ -60,7 +61,9 @@ public:
                       const XMLSize_t attributeCount, const bool isEmpty,
                       const bool isRoot) override {
         if (!Budget::Allows(++m_depth)) Fail(kTooDeep); // an empty element has its end event too
-        for (XMLSize_t i = 0; i < attributeCount; ++i)
+        // Attribute values outgrow the input only through general entities; until one is
+        // declared they are not counted.
+        for (XMLSize_t i = 0; m_generalEntities && i < attributeCount; ++i)
             Deliver(xercesc::XMLString::stringLen(attributes.elementAt(i)->getValue()));
         Parser::startElement(element, uriId, prefix, attributes, attributeCount, isEmpty, isRoot);
     }
@@ -87,6 +90,11 @@ public:
         Deliver(xercesc::XMLString::stringLen(target) + xercesc::XMLString::stringLen(data));
         Parser::docPI(target, data);
     }
+    void entityDecl(const xercesc::DTDEntityDecl& entity, const bool isParameterEntity,
+                    const bool isIgnored) override {
+        m_generalEntities = m_generalEntities || !isParameterEntity;
+        Parser::entityDecl(entity, isParameterEntity, isIgnored);
+    }
     void endDocument() override {
         const auto* input = dynamic_cast<const xercesc::ReaderMgr*>(m_locator);
         if (input && !input->atEOF()) Fail(kTrailingContent);
@@ -112,6 +120,7 @@ private:
     Budget& m_budget;
     const xercesc::Locator* m_locator = nullptr;
     std::size_t m_depth = 0;
+    bool m_generalEntities = false; // the DTD declares one
     Stop m_stop;
 };
 
