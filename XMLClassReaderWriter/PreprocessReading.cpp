@@ -106,13 +106,10 @@ public:
         for (;;) {
             const std::int64_t end = m_end.From(position);
             if (end < 0) return -1;
-            const std::int64_t doubleQuote = Before(m_double.From(position), end);
-            const std::int64_t singleQuote = Before(m_single.From(position), end);
-            if (doubleQuote < 0 && singleQuote < 0) return end;
-            const bool isDouble =
-                singleQuote < 0 || (doubleQuote >= 0 && doubleQuote < singleQuote);
-            NextPlace& quote = isDouble ? m_double : m_single;
-            const std::int64_t closing = quote.From((isDouble ? doubleQuote : singleQuote) + 1);
+            bool isDouble = false;
+            const std::int64_t quote = FirstQuote(position, end, isDouble);
+            if (quote < 0) return end;
+            const std::int64_t closing = (isDouble ? m_double : m_single).From(quote + 1);
             if (closing < 0) return -1;
             position = closing + 1;
         }
@@ -123,8 +120,34 @@ public:
     }
 
 private:
+    // A start tag longer than this is searched for quotes rather than looked at.
+    static constexpr std::int64_t kShortTag = 1024;
+
     static std::int64_t Before(std::int64_t place, std::int64_t limit) {
         return place >= 0 && place < limit ? place : -1;
+    }
+
+    // The first quote in [from, to). A tag of the usual length is looked at character by
+    // character: a search would run on past it through the base64 that follows to the next
+    // quote, reading every block twice.
+    std::int64_t FirstQuote(std::int64_t from, std::int64_t to, bool& isDouble) {
+        if (to - from > kShortTag) {
+            const std::int64_t doubleQuote = Before(m_double.From(from), to);
+            const std::int64_t singleQuote = Before(m_single.From(from), to);
+            isDouble = singleQuote < 0 || (doubleQuote >= 0 && doubleQuote < singleQuote);
+            return isDouble ? doubleQuote : singleQuote;
+        }
+        for (std::int64_t position = from; position < to; ++position) {
+            for (const bool doubleQuote : {true, false}) {
+                if (m_file.IsStringAtPosition(FILE_CHAR_POS(position), true,
+                                              doubleQuote ? WIDE("\"") : WIDE("'"),
+                                              m_localization)) {
+                    isDouble = doubleQuote;
+                    return position;
+                }
+            }
+        }
+        return -1;
     }
 
     CVFile& m_file;
