@@ -64,16 +64,25 @@ private:
     bool m_failed = false;
 };
 
-// The first bytes of the file tell whether it names a DTD; a file that cannot be read is read
-// with the full scanner, which reports why.
-bool FileNamesNoDtd(const CBasicString<WideChar>& path) {
+// What the reader needs to know of a file before it parses it: its length, for the limits,
+// and whether its first bytes show that it names no DTD. A file that cannot be read is left to
+// the full scanner, which reports why.
+struct FileHead {
+    std::uint64_t length = 0;
+    bool namesNoDtd = false;
+};
+
+FileHead LookAt(const CBasicString<WideChar>& path) {
+    FileHead head;
     int error = 0;
     const int descriptor = platform::OpenFile(path, platform::OpenOptions(), error);
-    if (descriptor < 0) return false;
-    unsigned char head[stream_detail::kPrologBytes];
-    const std::int64_t read = platform::ReadFileAt(descriptor, 0, head, sizeof head, error);
+    if (descriptor < 0) return head;
+    head.length = std::uint64_t(std::max<std::int64_t>(0, platform::FileLength(descriptor, error)));
+    unsigned char bytes[stream_detail::kPrologBytes];
+    const std::int64_t read = platform::ReadFileAt(descriptor, 0, bytes, sizeof bytes, error);
     platform::CloseFile(descriptor);
-    return read > 0 && stream_detail::NamesNoDtd(head, std::size_t(read));
+    head.namesNoDtd = read > 0 && stream_detail::NamesNoDtd(bytes, std::size_t(read));
+    return head;
 }
 
 } // namespace
@@ -86,18 +95,17 @@ public:
     bool OpenFile(View path) {
         if (m_state != State::New || path.empty()) return Refuse();
         const CBasicString<WideChar> file(path);
-        const std::int64_t length = platform::FileLengthOf(file);
+        const FileHead head = LookAt(file);
         auto reporter = std::make_unique<DOMTreeErrorReporter>();
         m_fileErrors = reporter.get();
         m_errors = std::move(reporter);
         m_resolver = std::make_unique<entity_policy::Resolver>(CXercesIO::GetDtdDirectory(),
                                                                entity_policy::Missing::Reported);
         m_sourceId = file;
-        return Start(std::uint64_t(std::max<std::int64_t>(0, length)), true, FileNamesNoDtd(file),
-                     [&] {
-                         return std::make_unique<LocalFileInputSource>(
-                             xerces_text::Terminated(file), m_memory.get());
-                     });
+        return Start(head.length, true, head.namesNoDtd, [&] {
+            return std::make_unique<LocalFileInputSource>(xerces_text::Terminated(file),
+                                                          m_memory.get());
+        });
     }
 
     // Text: not validated, complaints among the diagnostics only, as ReadFromString.
