@@ -11,10 +11,6 @@ EventReader::EventReader(xercesc::MemoryManager* memory)
     setContentHandler(&m_locatorCatcher);
 }
 
-void EventReader::PopFront() {
-    if (++m_head == m_count) m_head = m_count = 0; // all taken: the storage is used again
-}
-
 Event& EventReader::Push(Event::Kind kind) {
     if (m_count == m_events.size()) m_events.emplace_back();
     Event& event = m_events[m_count++];
@@ -22,6 +18,13 @@ Event& EventReader::Push(Event::Kind kind) {
     event.attributes = nullptr;
     event.attributeCount = 0;
     event.text.clear();
+    return event;
+}
+
+Event& EventReader::PushElement(Event::Kind kind, const xercesc::XMLElementDecl& element) {
+    Event& event = Push(kind);
+    event.name = element.getFullName();
+    event.nameLength = xercesc::XMLString::stringLen(event.name);
     return event;
 }
 
@@ -51,20 +54,23 @@ void EventReader::startElement(const xercesc::XMLElementDecl& element, const uns
                                const XMLCh* const,
                                const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
                                const XMLSize_t attributeCount, const bool isEmpty, const bool) {
-    Event& event = Push(Event::Kind::StartElement);
-    event.name = element.getFullName();
+    Event& event = PushElement(Event::Kind::StartElement, element);
     event.attributes = &attributes;
     event.attributeCount = attributeCount;
+    for (XMLSize_t i = 0; i < attributeCount && i < Event::kTakenAttributes; ++i) {
+        const xercesc::XMLAttr* attribute = attributes.elementAt(i);
+        event.firstAttributes[i] = {attribute->getName(), attribute->getValue()};
+    }
     ++m_depth;
     if (isEmpty) { // the scanner reports no end of an empty-element tag
-        Push(Event::Kind::EndElement).name = element.getFullName();
+        PushElement(Event::Kind::EndElement, element);
         --m_depth;
     }
 }
 
 void EventReader::endElement(const xercesc::XMLElementDecl& element, const unsigned int, const bool,
                              const XMLCh* const) {
-    Push(Event::Kind::EndElement).name = element.getFullName();
+    PushElement(Event::Kind::EndElement, element);
     --m_depth;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <vector>
 
@@ -17,11 +18,27 @@ namespace classxml::stream_detail {
 // tag, which it does only once the event has been taken (one start tag per step).
 struct Event {
     enum class Kind { StartElement, Text, EndElement };
+    struct Attribute {
+        const XMLCh* name = nullptr;
+        const XMLCh* value = nullptr;
+    };
+    // Class XML elements have one to three attributes; the first are taken while the scanner's
+    // list is fresh, so that looking them up does not chase its pointers again.
+    static constexpr std::size_t kTakenAttributes = 4;
+
+    // The attribute at `index`, below attributeCount.
+    Attribute AttributeAt(std::size_t index) const {
+        if (index < kTakenAttributes) return firstAttributes[index];
+        const xercesc::XMLAttr* attribute = attributes->elementAt(index);
+        return {attribute->getName(), attribute->getValue()};
+    }
 
     Kind kind = Kind::Text;
-    const XMLCh* name = nullptr;                                        // of an element
+    const XMLCh* name = nullptr; // of an element
+    std::size_t nameLength = 0;
     const xercesc::RefVectorOf<xercesc::XMLAttr>* attributes = nullptr; // of a start tag
     std::size_t attributeCount = 0;
+    std::array<Attribute, kTakenAttributes> firstAttributes;
     CBasicString<WideChar> text; // character data, CDATA sections included
 };
 
@@ -39,7 +56,9 @@ public:
     bool HasEvents() const { return m_head < m_count; }
     std::size_t Queued() const { return m_count - m_head; }
     Event& Front() { return m_events[m_head]; }
-    void PopFront();
+    void PopFront() {
+        if (++m_head == m_count) m_head = m_count = 0; // all taken: the storage is used again
+    }
     // Whether the scanner has reached the end of the document.
     bool Ended() const { return m_ended; }
     // Where the scanner stands, once the document has started.
@@ -71,6 +90,7 @@ private:
     };
 
     Event& Push(Event::Kind kind);
+    Event& PushElement(Event::Kind kind, const xercesc::XMLElementDecl& element);
     void Characters(const XMLCh* characters, XMLSize_t length);
 
     xercesc::MemoryManager* m_memory;

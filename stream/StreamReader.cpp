@@ -122,6 +122,7 @@ public:
             auto source = std::make_unique<MemBufInputSource>(
                 static_cast<const XMLByte*>(bytes), byteCount, kBufferId, false, m_memory.get());
             source->setEncoding(encoding);
+            source->setCopyBufToStream(false); // the caller keeps the text until the end
             return source;
         });
     }
@@ -339,7 +340,7 @@ bool StreamReader::ReadText(CBasicString<WideChar>& text) { return m_impl->ReadT
 View StreamReader::Name() const {
     const auto* event = m_impl->Current();
     return event && event->kind != stream_detail::Event::Kind::Text
-               ? xerces_text::ViewOf(event->name)
+               ? View(reinterpret_cast<const WideChar*>(event->name), event->nameLength)
                : View();
 }
 
@@ -351,25 +352,24 @@ std::size_t StreamReader::AttributeCount() const {
 
 View StreamReader::AttributeName(std::size_t index) const {
     if (index >= AttributeCount()) return {};
-    return xerces_text::ViewOf(m_impl->Current()->attributes->elementAt(index)->getName());
+    return xerces_text::ViewOf(m_impl->Current()->AttributeAt(index).name);
 }
 
 View StreamReader::AttributeValue(std::size_t index) const {
     if (index >= AttributeCount()) return {};
-    return xerces_text::ViewOf(m_impl->Current()->attributes->elementAt(index)->getValue());
+    return xerces_text::ViewOf(m_impl->Current()->AttributeAt(index).value);
 }
 
 std::optional<View> StreamReader::Attribute(View name) const {
     const stream_detail::Event* event = m_impl->Current();
     if (!event || event->kind != stream_detail::Event::Kind::StartElement) return std::nullopt;
     for (std::size_t i = 0; i < event->attributeCount; ++i) {
-        const xercesc::XMLAttr* attribute = event->attributes->elementAt(i);
-        const XMLCh* candidate = attribute->getName();
+        const stream_detail::Event::Attribute attribute = event->AttributeAt(i);
         std::size_t same = 0;
-        while (same < name.size() && candidate[same] == XMLCh(name[same]))
+        while (same < name.size() && attribute.name[same] == XMLCh(name[same]))
             ++same;
-        if (same == name.size() && candidate[same] == 0)
-            return xerces_text::ViewOf(attribute->getValue());
+        if (same == name.size() && attribute.name[same] == 0)
+            return xerces_text::ViewOf(attribute.value);
     }
     return std::nullopt;
 }

@@ -128,7 +128,8 @@ TEST_F(StreamReaderTest, ValidatesAndRefusesAsTheDomReadersDo) {
 
 // The events themselves: names, attributes, depth, text, and skipping a subtree.
 TEST_F(StreamReaderTest, DeliversEventsAndSkipsSubtrees) {
-    const std::string xml = "<r a=\"1\"><skip><x>deep</x>text</skip><p k=\"v\">a&amp;b<![CDATA[c]]>"
+    const std::string xml = "<r a=\"1\" c=\"2\" d=\"3\" e=\"4\" "
+                            "f=\"5\"><skip><x>deep</x>text</skip><p k=\"v\">a&amp;b<![CDATA[c]]>"
                             "</p><e/></r>";
     StreamReader reader;
     ASSERT_TRUE(reader.OpenString(
@@ -136,6 +137,8 @@ TEST_F(StreamReaderTest, DeliversEventsAndSkipsSubtrees) {
     ASSERT_EQ(reader.Next(), Event::StartElement);
     EXPECT_TRUE(reader.Name() == CBasicStringView<WideChar>(WIDE("r")));
     EXPECT_TRUE(reader.Attribute(WIDE("a")) == CBasicStringView<WideChar>(WIDE("1")));
+    EXPECT_TRUE(reader.Attribute(WIDE("f")) == CBasicStringView<WideChar>(WIDE("5")));
+    EXPECT_TRUE(reader.AttributeName(4) == CBasicStringView<WideChar>(WIDE("f")));
     EXPECT_FALSE(reader.Attribute(WIDE("b")).has_value());
     ASSERT_EQ(reader.Next(), Event::StartElement);
     EXPECT_EQ(reader.Depth(), 2u);

@@ -127,6 +127,7 @@ DOMDocument* ParseMemory(const XMLByte* bytes, XMLSize_t byteCount, const XMLCh*
 
         MemBufInputSource source(bytes, byteCount, kBufferId, false,
                                  classxml::document_memory::Memory());
+        source.setCopyBufToStream(false); // the bytes outlive the parse; no second copy
         DOMDocument* document = nullptr;
         {
             std::unique_ptr<DOMLSInput, LSInputRelease> input(implementation->createLSInput());
