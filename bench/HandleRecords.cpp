@@ -244,6 +244,7 @@ std::vector<Record> ReadWithXerces(std::string_view xml) {
     parser->getDomConfig()->setParameter(XMLUni::fgXercesDisableDefaultEntityResolution, true);
     MemBufInputSource source(reinterpret_cast<const XMLByte*>(xml.data()), xml.size(), "records",
                              false);
+    source.setCopyBufToStream(false); // as the library parses the caller's bytes in place
     Wrapper4InputSource input(&source, false);
     DOMDocument* document = parser->parse(&input);
     if (!document) return records;
