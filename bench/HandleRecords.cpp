@@ -9,6 +9,7 @@
 #include <xercesc/framework/Wrapper4InputSource.hpp>
 #include <xercesc/util/XMLString.hpp>
 
+#include "PlainDom.h"
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
 #include "platform/Utf.h"
 
@@ -119,29 +120,6 @@ std::vector<Record> ReadWithHandle(std::string_view xml) {
 
 namespace {
 
-// Number text as a plain program would make it: std::to_chars, widened to XMLCh.
-struct Number {
-    XMLCh text[32];
-    template <class Value, class... Format>
-    explicit Number(Value value, Format... format) {
-        char narrow[32];
-        const char* end = std::to_chars(narrow, narrow + 31, value, format...).ptr;
-        std::size_t i = 0;
-        for (const char* c = narrow; c != end; ++c)
-            text[i++] = static_cast<XMLCh>(*c);
-        text[i] = 0;
-    }
-};
-
-DOMElement* Add(DOMDocument* document, DOMElement* parent, const XMLCh* name, const XMLCh* type,
-                const XMLCh* text) {
-    DOMElement* element = document->createElement(name);
-    element->setAttribute(WIDE("keytype"), type);
-    if (text && *text) element->appendChild(document->createTextNode(text));
-    parent->appendChild(element);
-    return element;
-}
-
 DOMElement* Container(DOMDocument* document, DOMElement* parent, const XMLCh* name,
                       const XMLCh* kind, const XMLCh* itemType, const XMLCh* valueType) {
     DOMElement* element = document->createElement(name);
@@ -170,21 +148,21 @@ std::size_t WriteWithXerces(const std::vector<Record>& records, std::string* tex
         DOMElement* element = document->createElement(WIDE("Record"));
         element->setAttribute(WIDE("varname"), WIDE("r"));
         root->appendChild(element);
-        Add(document, element, WIDE("id"), WIDE("int"), Number(record.id).text);
-        Add(document, element, WIDE("value"), WIDE("double"),
-            Number(record.value, std::chars_format::general, 17).text);
-        Add(document, element, WIDE("name"), WIDE("string"), Utf16(record.name).c_str());
-        Add(document, element, WIDE("flag"), WIDE("bool"),
-            record.flag ? WIDE("true") : WIDE("false"));
+        AddProperty(document, element, WIDE("id"), WIDE("int"), PlainNumber(record.id).text);
+        AddProperty(document, element, WIDE("value"), WIDE("double"),
+                    PlainNumber(record.value, std::chars_format::general, 17).text);
+        AddProperty(document, element, WIDE("name"), WIDE("string"), Utf16(record.name).c_str());
+        AddProperty(document, element, WIDE("flag"), WIDE("bool"),
+                    record.flag ? WIDE("true") : WIDE("false"));
         DOMElement* readings =
             Container(document, element, WIDE("readings"), WIDE("vector"), WIDE("int"), nullptr);
         for (const std::int32_t reading : record.readings)
-            Add(document, readings, WIDE("item"), WIDE("int"), Number(reading).text);
+            AddProperty(document, readings, WIDE("item"), WIDE("int"), PlainNumber(reading).text);
         DOMElement* tags =
             Container(document, element, WIDE("tags"), WIDE("map"), WIDE("string"), WIDE("int"));
         for (const auto& [key, value] : record.tags) {
-            Add(document, tags, WIDE("key"), WIDE("string"), Utf16(key).c_str());
-            Add(document, tags, WIDE("value"), WIDE("int"), Number(value).text);
+            AddProperty(document, tags, WIDE("key"), WIDE("string"), Utf16(key).c_str());
+            AddProperty(document, tags, WIDE("value"), WIDE("int"), PlainNumber(value).text);
         }
     }
     std::unique_ptr<DOMLSSerializer, Release> serializer(LS()->createLSSerializer());

@@ -10,12 +10,15 @@
 #include <xercesc/util/XMLString.hpp>
 
 #include "BenchmarkRatios.h"
+#include "PlainDom.h"
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 namespace {
 
 using Handle = CXMLClassReaderWriter;
 using namespace xercesc;
+using classxml::bench::AddProperty;
+using classxml::bench::PlainNumber;
 
 // Each class holds five scalars and a vector of eight ints: 14 property elements.
 constexpr int kClasses = 7143; // 100,002 properties
@@ -79,49 +82,26 @@ long long ReadWithHandle(Handle& root) {
 
 // ---- directly with Xerces -------------------------------------------------------------------
 
-// Number text the way a plain program would make it: std::to_chars, widened to XMLCh.
-struct XText {
-    XMLCh text[32];
-    template <class Number, class... Format>
-    explicit XText(Number value, Format... format) {
-        char narrow[32];
-        const char* end = std::to_chars(narrow, narrow + 31, value, format...).ptr;
-        std::size_t i = 0;
-        for (const char* c = narrow; c != end; ++c)
-            text[i++] = static_cast<XMLCh>(*c);
-        text[i] = 0;
-    }
-};
-
-DOMElement* Append(DOMDocument* document, DOMElement* parent, const XMLCh* name, const XMLCh* type,
-                   const XMLCh* text) {
-    DOMElement* element = document->createElement(name);
-    element->setAttribute(WIDE("keytype"), type);
-    if (text) element->appendChild(document->createTextNode(text));
-    parent->appendChild(element);
-    return element;
-}
-
 void WriteWithXerces(DOMDocument* document) {
     DOMElement* root = document->getDocumentElement();
     for (int i = 0; i < kClasses; ++i) {
         DOMElement* sample = document->createElement(WIDE("Sample"));
         sample->setAttribute(WIDE("varname"), WIDE("s"));
         root->appendChild(sample);
-        Append(document, sample, WIDE("count"), WIDE("int"), XText(i).text);
-        Append(document, sample, WIDE("ratio"), WIDE("double"),
-               XText(DoubleOf(i), std::chars_format::general, 17).text);
-        Append(document, sample, WIDE("visible"), WIDE("bool"),
-               i % 2 == 0 ? WIDE("true") : WIDE("false"));
-        Append(document, sample, WIDE("name"), WIDE("string"), kName);
-        Append(document, sample, WIDE("version"), WIDE("version"),
-               XText(VersionOf(i), std::chars_format::fixed, 3).text);
+        AddProperty(document, sample, WIDE("count"), WIDE("int"), PlainNumber(i).text);
+        AddProperty(document, sample, WIDE("ratio"), WIDE("double"),
+                    PlainNumber(DoubleOf(i), std::chars_format::general, 17).text);
+        AddProperty(document, sample, WIDE("visible"), WIDE("bool"),
+                    i % 2 == 0 ? WIDE("true") : WIDE("false"));
+        AddProperty(document, sample, WIDE("name"), WIDE("string"), kName);
+        AddProperty(document, sample, WIDE("version"), WIDE("version"),
+                    PlainNumber(VersionOf(i), std::chars_format::fixed, 3).text);
         DOMElement* values = document->createElement(WIDE("values"));
         values->setAttribute(WIDE("keytype"), WIDE("vector"));
         values->setAttribute(WIDE("varkeytype"), WIDE("int"));
         sample->appendChild(values);
         for (int k = 0; k < kVectorItems; ++k)
-            Append(document, values, WIDE("item"), WIDE("int"), XText(i + k).text);
+            AddProperty(document, values, WIDE("item"), WIDE("int"), PlainNumber(i + k).text);
     }
 }
 
