@@ -30,9 +30,6 @@ using stream_detail::EventReader;
 using Parser = parse_limits::Limited<EventReader>;
 using View = StreamReader::View;
 
-// The system id of every memory document, as the DOM's memory parses name it.
-constexpr const XMLCh* kBufferId = WIDE("prodInfo");
-
 // The complaints of a memory parse, among the diagnostics only (a memory parse writes nothing to
 // standard error), as the DOM's memory parse records them: up to its first error, where the
 // DOM's stops. The reader stops there too, after the scanner's step, rather than throwing out
@@ -40,27 +37,27 @@ constexpr const XMLCh* kBufferId = WIDE("prodInfo");
 class MemoryParseErrors : public ErrorHandler {
 public:
     void warning(const SAXParseException& exception) override {
-        if (!m_failed) Record(Diagnostic::Severity::Warning, exception);
+        Keep(Diagnostic::Severity::Warning, exception);
     }
     void error(const SAXParseException& exception) override {
-        if (!m_failed) Record(Diagnostic::Severity::Error, exception);
-        m_failed = true;
+        Keep(Diagnostic::Severity::Error, exception);
     }
     void fatalError(const SAXParseException& exception) override {
-        if (!m_failed) Record(Diagnostic::Severity::FatalError, exception);
-        m_failed = true;
+        Keep(Diagnostic::Severity::FatalError, exception);
     }
     void resetErrors() override {}
     bool Failed() const { return m_failed; }
 
-    static void Record(Diagnostic::Severity severity, const SAXParseException& exception) {
+private:
+    void Keep(Diagnostic::Severity severity, const SAXParseException& exception) {
+        if (m_failed) return;
         const XMLCh* source = exception.getSystemId();
-        diagnostics::Record(severity, source && *source ? source : kBufferId,
+        diagnostics::Record(severity, source && *source ? source : CXercesIO::kMemoryBufferId,
                             exception.getLineNumber(), exception.getColumnNumber(),
                             exception.getMessage());
+        m_failed = severity != Diagnostic::Severity::Warning;
     }
 
-private:
     bool m_failed = false;
 };
 
@@ -96,9 +93,7 @@ public:
         if (m_state != State::New || path.empty()) return Refuse();
         const CBasicString<WideChar> file(path);
         const FileHead head = LookAt(file);
-        auto reporter = std::make_unique<DOMTreeErrorReporter>();
-        m_fileErrors = reporter.get();
-        m_errors = std::move(reporter);
+        m_fileErrors = std::make_unique<DOMTreeErrorReporter>();
         m_resolver = std::make_unique<entity_policy::Resolver>(CXercesIO::GetDtdDirectory(),
                                                                entity_policy::Missing::Reported);
         m_sourceId = file;
@@ -112,15 +107,14 @@ public:
     bool OpenMemory(const void* bytes, std::size_t byteCount, const XMLCh* encoding,
                     bool namesNoDtd) {
         if (m_state != State::New || byteCount == 0) return Refuse();
-        auto errors = std::make_unique<MemoryParseErrors>();
-        m_memoryErrors = errors.get();
-        m_errors = std::move(errors);
+        m_memoryErrors = std::make_unique<MemoryParseErrors>();
         m_resolver = std::make_unique<entity_policy::Resolver>(CXercesIO::GetDtdDirectory(),
                                                                entity_policy::Missing::ReadsEmpty);
-        m_sourceId = kBufferId;
+        m_sourceId = CXercesIO::kMemoryBufferId;
         return Start(byteCount, false, namesNoDtd, [&] {
-            auto source = std::make_unique<MemBufInputSource>(
-                static_cast<const XMLByte*>(bytes), byteCount, kBufferId, false, m_memory.get());
+            auto source = std::make_unique<MemBufInputSource>(static_cast<const XMLByte*>(bytes),
+                                                              byteCount, CXercesIO::kMemoryBufferId,
+                                                              false, m_memory.get());
             source->setEncoding(encoding);
             source->setCopyBufToStream(false); // the caller keeps the text until the end
             return source;
@@ -232,7 +226,8 @@ private:
             m_parser->setFeature(XMLUni::fgXercesSchemaFullChecking, false);
             m_parser->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
             m_parser->setProperty(XMLUni::fgXercesSecurityManager, entity_policy::ExpansionLimit());
-            m_parser->setErrorHandler(m_errors.get());
+            m_parser->setErrorHandler(m_fileErrors ? static_cast<ErrorHandler*>(m_fileErrors.get())
+                                                   : m_memoryErrors.get());
             m_parser->setEntityResolver(m_resolver.get());
             m_source = makeSource();
             return m_parser->parseFirst(*m_source, m_token);
@@ -299,9 +294,8 @@ private:
     Event m_final = Event::Error;
     std::unique_ptr<Budget> m_budget;
     std::unique_ptr<document_memory::CountedMemory> m_memory; // of everything the parse makes
-    std::unique_ptr<ErrorHandler> m_errors;
-    DOMTreeErrorReporter* m_fileErrors = nullptr; // m_errors, when reading a file
-    MemoryParseErrors* m_memoryErrors = nullptr;  // m_errors, when reading text
+    std::unique_ptr<DOMTreeErrorReporter> m_fileErrors;       // when reading a file
+    std::unique_ptr<MemoryParseErrors> m_memoryErrors;        // when reading text
     std::unique_ptr<EntityResolver> m_resolver;
     std::unique_ptr<Parser> m_parser;
     std::unique_ptr<InputSource> m_source;

@@ -24,6 +24,8 @@ public:
     static CBasicString<WideChar> GetDtdDirectory();
     // How many documents are registered, that is, created or parsed and not yet released.
     static std::size_t GetDocumentCount();
+    // The system id of every document parsed from memory, as its complaints name it.
+    static constexpr const XMLCh* kMemoryBufferId = WIDE("prodInfo");
 
     bool Initialize() override;
     void Terminate() override;

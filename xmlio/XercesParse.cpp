@@ -31,7 +31,6 @@ using classxml::xerces_text::Terminated;
 namespace {
 
 // The system id of every memory document.
-constexpr const XMLCh* kBufferId = WIDE("prodInfo");
 
 // Notes that a memory parse met an error or a fatal error, among the diagnostics only (a
 // memory parse writes nothing to standard error). Without it the load-and-save parser hands
@@ -46,8 +45,9 @@ public:
             : error.getSeverity() == DOMError::DOM_SEVERITY_ERROR ? Severity::Error
                                                                   : Severity::FatalError;
         const DOMLocator* where = error.getLocation();
-        const XMLCh* source =
-            where && where->getURI() && *where->getURI() ? where->getURI() : kBufferId;
+        const XMLCh* source = where && where->getURI() && *where->getURI()
+                                  ? where->getURI()
+                                  : CXercesIO::kMemoryBufferId;
         classxml::diagnostics::Record(severity, source, where ? where->getLineNumber() : 0,
                                       where ? where->getColumnNumber() : 0, error.getMessage());
         if (severity == Severity::Warning) return true;
@@ -105,8 +105,8 @@ void RecordStop(const MemoryParser& parser) {
     const SAXParseException stop = parser.StopReport();
     const XMLCh* source = stop.getSystemId();
     classxml::diagnostics::Record(classxml::Diagnostic::Severity::FatalError,
-                                  source && *source ? source : kBufferId, stop.getLineNumber(),
-                                  stop.getColumnNumber(), stop.getMessage());
+                                  source && *source ? source : CXercesIO::kMemoryBufferId,
+                                  stop.getLineNumber(), stop.getColumnNumber(), stop.getMessage());
 }
 
 DOMDocument* ParseMemory(const XMLByte* bytes, XMLSize_t byteCount, const XMLCh* encoding) {
@@ -125,7 +125,7 @@ DOMDocument* ParseMemory(const XMLByte* bytes, XMLSize_t byteCount, const XMLCh*
         config->setParameter(XMLUni::fgDOMErrorHandler, &errors);
         config->setParameter(XMLUni::fgDOMResourceResolver, &resolver);
 
-        MemBufInputSource source(bytes, byteCount, kBufferId, false,
+        MemBufInputSource source(bytes, byteCount, CXercesIO::kMemoryBufferId, false,
                                  classxml::document_memory::Memory());
         source.setCopyBufToStream(false); // the bytes outlive the parse; no second copy
         DOMDocument* document = nullptr;
@@ -153,8 +153,8 @@ DOMDocument* ParseMemory(const XMLByte* bytes, XMLSize_t byteCount, const XMLCh*
         return nullptr;
     } catch (const DOMException& exception) {
         // Input the DOM cannot take (an XML version other than 1.0 and 1.1) gets a result.
-        classxml::diagnostics::Record(classxml::Diagnostic::Severity::FatalError, kBufferId, 0, 0,
-                                      exception.getMessage());
+        classxml::diagnostics::Record(classxml::Diagnostic::Severity::FatalError,
+                                      CXercesIO::kMemoryBufferId, 0, 0, exception.getMessage());
         return nullptr;
     } catch (...) {
         return nullptr;
