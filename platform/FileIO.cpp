@@ -1,8 +1,10 @@
 #include "platform/FileIO.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
+#include <system_error>
 
 #include "platform/Utf.h"
 
@@ -72,6 +74,13 @@ std::int64_t ReadFileAt(int descriptor, std::int64_t offset, void* buffer, std::
     return static_cast<std::int64_t>(done);
 }
 
+std::int64_t ReadFile(int descriptor, void* buffer, std::size_t count, int& error) {
+    const unsigned chunk = static_cast<unsigned>(std::min<std::size_t>(count, 1u << 30));
+    const int got = _read(descriptor, buffer, chunk);
+    if (got < 0) error = errno;
+    return got;
+}
+
 int WriteFileAt(int descriptor, std::int64_t offset, const void* data, std::size_t count) {
     if (_lseeki64(descriptor, offset, SEEK_SET) < 0) return errno;
     std::size_t done = 0;
@@ -102,6 +111,20 @@ std::int64_t FileLength(int descriptor, int& error) {
 }
 
 int ResizeFile(int descriptor, std::int64_t length) { return _chsize_s(descriptor, length); }
+
+FileKind KindOf(int descriptor) {
+    struct _stat64 status {};
+    if (_fstat64(descriptor, &status) != 0) return FileKind::Other;
+    if ((status.st_mode & _S_IFMT) == _S_IFREG) return FileKind::Regular;
+    return (status.st_mode & _S_IFMT) == _S_IFDIR ? FileKind::Folder : FileKind::Other;
+}
+
+int StandardInput() {
+    _setmode(0, _O_BINARY);
+    return 0;
+}
+
+int CreateFifo(const CBasicString<WideChar>&) { return ENOSYS; }
 
 int RemoveFile(const CBasicString<WideChar>& path, int& error) {
     const int result = _wunlink(WidePath(path));
@@ -167,6 +190,17 @@ std::int64_t ReadFileAt(int descriptor, std::int64_t offset, void* buffer, std::
     return static_cast<std::int64_t>(done);
 }
 
+std::int64_t ReadFile(int descriptor, void* buffer, std::size_t count, int& error) {
+    for (;;) {
+        const ssize_t got = ::read(descriptor, buffer, count);
+        if (got >= 0) return got;
+        if (errno != EINTR) {
+            error = errno;
+            return -1;
+        }
+    }
+}
+
 int WriteFileAt(int descriptor, std::int64_t offset, const void* data, std::size_t count) {
     std::size_t done = 0;
     while (done < count) {
@@ -209,6 +243,19 @@ int ResizeFile(int descriptor, std::int64_t length) {
     return ::ftruncate(descriptor, static_cast<off_t>(length)) == 0 ? 0 : errno;
 }
 
+FileKind KindOf(int descriptor) {
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0) return FileKind::Other;
+    if (S_ISREG(status.st_mode)) return FileKind::Regular;
+    return S_ISDIR(status.st_mode) ? FileKind::Folder : FileKind::Other;
+}
+
+int StandardInput() { return 0; }
+
+int CreateFifo(const CBasicString<WideChar>& path) {
+    return ::mkfifo(NarrowPath(path).c_str(), 0600) == 0 ? 0 : errno;
+}
+
 int RemoveFile(const CBasicString<WideChar>& path, int& error) {
     const int result = ::unlink(NarrowPath(path).c_str());
     error = result == 0 ? 0 : errno;
@@ -222,6 +269,40 @@ int RenameFile(const CBasicString<WideChar>& from, const CBasicString<WideChar>&
 }
 
 #endif
+
+int OpenForReading(const CBasicString<WideChar>& path, int& error) {
+    OpenOptions options;
+    options.noInherit = true;
+    const int descriptor = OpenFile(path, options, error);
+    if (descriptor < 0 || KindOf(descriptor) != FileKind::Folder) return descriptor;
+    CloseFile(descriptor);
+    error = EISDIR;
+    return -1;
+}
+
+std::string ErrorText(int error) {
+    switch (error) {
+    case ENOENT:
+        return "no such file";
+    case EACCES:
+    case EPERM:
+        return "permission denied";
+    case EISDIR:
+        return "is a directory";
+    case ENOTDIR:
+        return "a part of the path is not a directory";
+    case ENAMETOOLONG:
+        return "the name is too long";
+    case EMFILE:
+    case ENFILE:
+        return "too many open files";
+    default: {
+        std::string text = std::generic_category().message(error);
+        if (!text.empty()) text[0] = char(std::tolower(static_cast<unsigned char>(text[0])));
+        return text;
+    }
+    }
+}
 
 std::int64_t FileLengthOf(const CBasicString<WideChar>& path) {
     int error = 0;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "BasicString.h"
 #include "platform/Export.h"
@@ -35,6 +36,9 @@ CLASSXML_API int CloseFile(int descriptor);
 // -1 with the error number.
 CLASSXML_API std::int64_t ReadFileAt(int descriptor, std::int64_t offset, void* buffer,
                                      std::size_t count, int& error);
+// Reads up to `count` bytes at the descriptor's own position, which need not be seekable (a
+// pipe, a terminal): the count read, 0 at the end, or -1 with the error number.
+CLASSXML_API std::int64_t ReadFile(int descriptor, void* buffer, std::size_t count, int& error);
 // Writes all `count` bytes at `offset`: 0, or the error number.
 CLASSXML_API int WriteFileAt(int descriptor, std::int64_t offset, const void* data,
                              std::size_t count);
@@ -45,6 +49,19 @@ CLASSXML_API int WriteFile(int descriptor, const void* data, std::size_t count);
 CLASSXML_API std::int64_t FileLength(int descriptor, int& error);
 // The length in bytes of the file at `path`, or -1 when it cannot be opened.
 CLASSXML_API std::int64_t FileLengthOf(const CBasicString<WideChar>& path);
+// What an open descriptor stands for.
+enum class FileKind { Regular, Folder, Other };
+CLASSXML_API FileKind KindOf(int descriptor);
+// Opens `path` for reading a document once: a descriptor >= 0, or -1 with the error number in
+// `error` (EISDIR for a folder, which some systems open without complaint).
+CLASSXML_API int OpenForReading(const CBasicString<WideChar>& path, int& error);
+// Makes a FIFO (a named pipe) at `path`: 0, or the error number (ENOSYS where the platform has
+// none).
+CLASSXML_API int CreateFifo(const CBasicString<WideChar>& path);
+// The descriptor of standard input, set to read bytes as they are.
+CLASSXML_API int StandardInput();
+// Why an operation failed, in a few words: "no such file", "permission denied", ...
+CLASSXML_API std::string ErrorText(int error);
 // 0, or the error number.
 CLASSXML_API int ResizeFile(int descriptor, std::int64_t length);
 // Delete and rename by wide path: 0, or -1 with the error number in `error`.

@@ -1,10 +1,13 @@
 // What a document can make the readers do, in time and memory: entity expansion, nesting and
 // attributes are bounded, names with colons read back from memory, and nothing may follow
-// the root element. Each case holds for a file, a byte string and a wide string.
+// the root element. Each case holds for a file, a byte string and a wide string, and for the
+// stream reader reading the file.
+#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "stream/StreamReader.h"
 #include "support/Child.h"
 #include "support/Engine.h"
 #include "support/TempDir.h"
@@ -21,17 +24,18 @@ constexpr classxml::platform::ProcessLimits kLimits{.seconds = 30, .memoryBytes 
 
 class BoundedParseTest : public classxml::testing::EngineTest {
 protected:
-    // Whether each of the three readers accepts `xml` (written as UTF-8; a wide string as UTF-16);
-    // the file parser's complaints go to `complaints`.
-    std::string Accepted(const std::string& xml) {
+    // Whether each of the four readers accepts `xml` (written as UTF-8; a wide string as UTF-16);
+    // the file parsers' complaints go to `complaints`.
+    std::string Accepted(const std::string& xml, std::uintmax_t hole = 0) {
         testing::internal::CaptureStderr();
-        const std::string accepted = AcceptedInChild(xml);
+        const std::string accepted = AcceptedInChild(xml, hole);
         complaints = testing::internal::GetCapturedStderr();
         return accepted;
     }
     // The same in a child process, whose standard error the test framework captures itself.
-    std::string AcceptedInChild(const std::string& xml) {
+    std::string AcceptedInChild(const std::string& xml, std::uintmax_t hole = 0) {
         WriteFile(dir / "doc.xml", xml);
+        if (hole) std::filesystem::resize_file(dir / "doc.xml", xml.size() + hole);
         const CBasicString<WideChar> wide = classxml::platform::Utf8ToUtf16(
             CBasicStringView<char8_t>(reinterpret_cast<const char8_t*>(xml.data()), xml.size()));
         std::string accepted;
@@ -41,7 +45,13 @@ protected:
         accepted += units.ReadFromString(CBasicStringView<WideChar>(wide)) ? "W" : "-";
         for (Handle* handle : {&file, &bytes, &units})
             handle->ReleaseDocument();
-        return accepted;
+        classxml::StreamReader reader;
+        reader.OpenFile(WidePath(dir / "doc.xml"));
+        classxml::StreamReader::Event event;
+        while ((event = reader.NextTag()) != classxml::StreamReader::Event::End &&
+               event != classxml::StreamReader::Event::Error) {
+        }
+        return accepted + (event == classxml::StreamReader::Event::End ? "S" : "-");
     }
     static std::string Nested(std::size_t depth) {
         std::string xml;
@@ -64,27 +74,44 @@ TEST_F(BoundedParseTest, EntityAmplificationIsRefusedInBoundedMemory) {
     for (int i = 0; i < 10'000; ++i)
         attribute += "&e;";
     EXPECT_IN_CHILD(kLimits, {
-        ok = AcceptedInChild(entity + "<a>" + content + "</a>") == "---" &&
-             AcceptedInChild(entity + "<a v=\"" + attribute + "\"/>") == "---";
+        ok = AcceptedInChild(entity + "<a>" + content + "</a>") == "----" &&
+             AcceptedInChild(entity + "<a v=\"" + attribute + "\"/>") == "----";
     });
     Accepted(entity + "<a>" + content + "</a>");
     EXPECT_NE(
         complaints.find("Message: entities expand the document to more than 64 times its size"),
         std::string::npos)
         << complaints;
+    // The limits grow with the bytes read, not with a length that holds none (a sparse file).
+    EXPECT_IN_CHILD(kLimits, {
+        ok = AcceptedInChild(entity + "<a>" + content + "</a>", std::uintmax_t(1) << 30) == "----";
+    });
+    Accepted(entity + "<a>" + content + "</a>", std::uintmax_t(1) << 30);
+    EXPECT_NE(complaints.find("entities expand the document"), std::string::npos) << complaints;
+    // Attribute values defaulted from the DTD are not expansion.
+    std::string defaults = "<!DOCTYPE r [<!ELEMENT r (e*)><!ELEMENT e EMPTY><!ATTLIST e a CDATA '" +
+                           std::string(400, 'x') + "'><!ENTITY unused 'x'>]><r>";
+    for (int i = 0; i < 20'000; ++i)
+        defaults += "<e/>";
+    EXPECT_EQ(Accepted(defaults + "</r>"), "FBWS");
     // Ordinary use of entities is far from the limit.
     std::string ordinary = "<!DOCTYPE a [<!ELEMENT a (b*)><!ELEMENT b (#PCDATA)>"
                            "<!ENTITY co \"Company Ltd.\">]><a>";
     for (int i = 0; i < 20'000; ++i)
         ordinary += "<b>&co;</b>";
-    EXPECT_EQ(Accepted(ordinary + "</a>"), "FBW");
+    EXPECT_EQ(Accepted(ordinary + "</a>"), "FBWS");
 }
 
 TEST_F(BoundedParseTest, DocumentsNestedDeeperThanTheLimitAreRefused) {
-    EXPECT_EQ(Accepted(Nested(256)), "FBW");
-    EXPECT_EQ(Accepted(Nested(257)), "---");
+    EXPECT_EQ(Accepted(Nested(256)), "FBWS");
+    EXPECT_EQ(Accepted(Nested(257)), "----");
     EXPECT_NE(complaints.find("deeper than 256 levels"), std::string::npos) << complaints;
-    EXPECT_IN_CHILD(kLimits, { ok = AcceptedInChild(Nested(100'000)) == "---"; });
+    EXPECT_IN_CHILD(kLimits, { ok = AcceptedInChild(Nested(100'000)) == "----"; });
+    // Empty-element tags open and close at once: any number of them nests one level.
+    std::string empties = Nested(255);
+    for (int i = 0; i < 1000; ++i)
+        empties.insert(255 * 3, "<e a='1'/>");
+    EXPECT_EQ(Accepted(empties), "FBWS");
 
     // A handle builds what it likes, but a document too deep to read back is not saved.
     Handle root = NewHandle();
@@ -105,11 +132,11 @@ TEST_F(BoundedParseTest, ManyAttributesAndNamesWithColonsReadAlikeFromMemory) {
     for (int i = 0; i < 50'000; ++i)
         many += " a" + std::to_string(i) + "=\"1\"";
     EXPECT_IN_CHILD(classxml::platform::ProcessLimits{.seconds = 20},
-                    { ok = AcceptedInChild(many + "/>") == "FBW"; });
+                    { ok = AcceptedInChild(many + "/>") == "FBWS"; });
     // Names with a colon mean nothing special here: they read back as they were written.
     const std::string colons = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?>"
                                "<x:a y:b=\"1\"><x:c/></x:a>";
-    EXPECT_EQ(Accepted(colons), "FBW");
+    EXPECT_EQ(Accepted(colons), "FBWS");
     Handle handle = NewHandle();
     ASSERT_TRUE(handle.ReadFromString(CBasicStringView<char>(colons)));
     EXPECT_EQ(SaveUtf8(handle), colons);
@@ -117,9 +144,9 @@ TEST_F(BoundedParseTest, ManyAttributesAndNamesWithColonsReadAlikeFromMemory) {
 }
 
 TEST_F(BoundedParseTest, NothingButWhiteSpaceMayFollowTheRoot) {
-    EXPECT_EQ(Accepted(std::string("<a>kept</a>\0<b>dropped</b>", 27)), "---");
-    EXPECT_EQ(Accepted(std::string("<a/>\0", 5)), "---");
-    EXPECT_EQ(Accepted("<a/> \n\t<!-- a comment --><?pi?>\n"), "FBW");
+    EXPECT_EQ(Accepted(std::string("<a>kept</a>\0<b>dropped</b>", 27)), "----");
+    EXPECT_EQ(Accepted(std::string("<a/>\0", 5)), "----");
+    EXPECT_EQ(Accepted("<a/> \n\t<!-- a comment --><?pi?>\n"), "FBWS");
 }
 
 } // namespace

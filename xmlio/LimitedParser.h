@@ -60,16 +60,25 @@ public:
                       const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
                       const XMLSize_t attributeCount, const bool isEmpty,
                       const bool isRoot) override {
-        if (!Budget::Allows(++m_depth)) Fail(kTooDeep); // an empty element has its end event too
+        if (!Budget::Allows(m_depth + 1)) Fail(kTooDeep);
         // Attribute values outgrow the input only through general entities; until one is
-        // declared they are not counted.
-        for (XMLSize_t i = 0; m_generalEntities && i < attributeCount; ++i)
-            Deliver(xercesc::XMLString::stringLen(attributes.elementAt(i)->getValue()));
+        // declared they are not counted. Values defaulted from the DTD are not expansion: they
+        // count towards the memory the parse takes, not here.
+        for (XMLSize_t i = 0; m_generalEntities && i < attributeCount; ++i) {
+            const xercesc::XMLAttr* attribute = attributes.elementAt(i);
+            if (attribute->getSpecified())
+                Deliver(xercesc::XMLString::stringLen(attribute->getValue()));
+        }
+        // An empty-element tag opens and closes in one step. The DOM parsers report its end
+        // through endElement, the SAX2 reader does not; either way it leaves the depth as it was.
+        m_inEmptyTag = isEmpty;
+        if (!isEmpty) ++m_depth;
         Parser::startElement(element, uriId, prefix, attributes, attributeCount, isEmpty, isRoot);
+        m_inEmptyTag = false;
     }
     void endElement(const xercesc::XMLElementDecl& element, const unsigned int uriId,
                     const bool isRoot, const XMLCh* const prefix) override {
-        --m_depth;
+        if (!m_inEmptyTag) --m_depth;
         Parser::endElement(element, uriId, isRoot, prefix);
     }
     void docCharacters(const XMLCh* const characters, const XMLSize_t length,
@@ -119,7 +128,8 @@ private:
 
     Budget& m_budget;
     const xercesc::Locator* m_locator = nullptr;
-    std::size_t m_depth = 0;
+    std::size_t m_depth = 0;        // elements open
+    bool m_inEmptyTag = false;      // within the report of an empty-element tag
     bool m_generalEntities = false; // the DTD declares one
     Stop m_stop;
 };

@@ -9,17 +9,13 @@ thread_local Budget* t_activeBudget = nullptr;
 
 } // namespace
 
-Budget::Budget(std::uint64_t inputBytes)
-    : m_characterLimit(kCharactersPerByte * inputBytes + kCharacterAllowance),
-      m_memoryLimit(kMemoryPerByte * inputBytes + kMemoryAllowance) {}
-
 bool Budget::Deliver(std::uint64_t characters) {
     m_characters += characters;
-    return m_characters <= m_characterLimit;
+    return m_characters <= kCharactersPerByte * m_read + kCharacterAllowance;
 }
 
 bool Budget::Take(std::uint64_t bytes) {
-    if (m_memory + bytes > m_memoryLimit && !m_memoryExceeded) {
+    if (m_memory + bytes > kMemoryPerByte * m_read + kMemoryAllowance && !m_memoryExceeded) {
         m_memoryExceeded = true;
         return false;
     }

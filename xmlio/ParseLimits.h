@@ -27,10 +27,15 @@ inline constexpr const char* kTooLarge =
     "the document needs more memory than 256 times its size and 64 MiB";
 inline constexpr const char* kTrailingContent = "only white space may follow the root element";
 
-// The limits of one parse of a document of `inputBytes`, and what it has used so far.
+// The limits of one parse, and what it has used so far. The limits grow with the bytes of the
+// document that have been read, never ahead of them: a file's length says nothing of what it
+// holds (a sparse file, a pipe).
 class Budget {
 public:
-    explicit Budget(std::uint64_t inputBytes);
+    explicit Budget(std::uint64_t inputBytes = 0) { Arrived(inputBytes); }
+
+    // `bytes` more of the document have been read.
+    void Arrived(std::uint64_t bytes) { m_read += bytes; }
 
     // False past the limit.
     static bool Allows(std::size_t depth) { return depth <= kMaxDepth; }
@@ -43,9 +48,8 @@ public:
     bool MemoryExceeded() const { return m_memoryExceeded; }
 
 private:
-    std::uint64_t m_characterLimit;
+    std::uint64_t m_read = 0;
     std::uint64_t m_characters = 0;
-    std::uint64_t m_memoryLimit;
     std::uint64_t m_memory = 0;
     bool m_memoryExceeded = false;
 };

@@ -4,16 +4,15 @@
 
 #include <boost/make_shared.hpp>
 #include <xercesc/dom/DOM.hpp>
-#include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/Wrapper4InputSource.hpp>
 #include <xercesc/parsers/DOMLSParserImpl.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include "platform/FileIO.h"
 #include "platform/Utf.h"
 #include "xmlio/DiagnosticLog.h"
+#include "xmlio/DocumentInput.h"
 #include "xmlio/DocumentMemory.h"
 #include "xmlio/DocumentRegistry.h"
 #include "xmlio/EntityPolicy.h"
@@ -168,8 +167,7 @@ CXercesIO::DOMDocument* CXercesIO::ParseFile(const View& path) {
     if (!classxml::xerces_engine::Implementation()) return nullptr;
     classxml::diagnostics::Begin();
     const CBasicString<WideChar> file(path);
-    Budget budget(static_cast<std::uint64_t>(
-        std::max<std::int64_t>(0, classxml::platform::FileLengthOf(file))));
+    Budget budget; // grows as the file is read
     const ActiveBudget active(budget);
     auto reporter = std::make_unique<DOMTreeErrorReporter>();
     auto resolver = std::make_unique<CEntityResolver>(GetDtdDirectory());
@@ -186,7 +184,8 @@ CXercesIO::DOMDocument* CXercesIO::ParseFile(const View& path) {
         parser->setEntityResolver(resolver.get());
         parser->setDisableDefaultEntityResolution(true); // what the resolver refuses stays unread
         parser->setSecurityManager(classxml::entity_policy::ExpansionLimit());
-        const LocalFileInputSource source(Terminated(file), classxml::document_memory::Memory());
+        const classxml::document_input::Source source(file, budget,
+                                                      classxml::document_memory::Memory());
         parser->parse(source);
     } catch (const LimitExceeded&) {
         reporter->fatalError(parser->StopReport());

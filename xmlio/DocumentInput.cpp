@@ -1,0 +1,97 @@
+#include "xmlio/DocumentInput.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <xercesc/util/BinInputStream.hpp>
+
+#include "platform/FileIO.h"
+#include "platform/Utf.h"
+#include "xmlio/XercesText.h"
+
+namespace classxml::document_input {
+namespace {
+
+thread_local int t_lastOpenError = 0;
+
+} // namespace
+
+// The head first, then the descriptor from where the head ended.
+class Source::Stream : public xercesc::BinInputStream {
+public:
+    explicit Stream(const Source& source) : m_source(source) {}
+
+    XMLFilePos curPos() const override { return m_position; }
+    const XMLCh* getContentType() const override { return nullptr; }
+
+    XMLSize_t readBytes(XMLByte* const toFill, const XMLSize_t maxToRead) override {
+        const std::vector<unsigned char>& head = m_source.m_head;
+        if (m_position < head.size()) {
+            const std::size_t count = std::min<std::size_t>(maxToRead, head.size() - m_position);
+            std::memcpy(toFill, head.data() + m_position, count);
+            m_position += count;
+            return count;
+        }
+        if (m_source.m_ended) return 0;
+        int error = 0;
+        const std::int64_t got =
+            platform::ReadFile(m_source.m_descriptor, toFill, maxToRead, error);
+        if (got <= 0) return 0; // the end, or an error the parser then takes for the end
+        m_source.m_budget.Arrived(std::uint64_t(got));
+        m_position += std::size_t(got);
+        return XMLSize_t(got);
+    }
+
+private:
+    const Source& m_source;
+    std::size_t m_position = 0;
+};
+
+Source::Source(const CBasicString<WideChar>& path, parse_limits::Budget& budget,
+               xercesc::MemoryManager* memory)
+    : LocalFileInputSource(xerces_text::Terminated(path), memory), m_budget(budget) {
+    m_descriptor = platform::OpenForReading(path, m_openError);
+    SetLastOpenError(m_openError);
+}
+
+Source::Source(parse_limits::Budget& budget, xercesc::MemoryManager* memory)
+    : LocalFileInputSource(reinterpret_cast<const XMLCh*>(WIDE("standard input")), memory),
+      m_descriptor(platform::StandardInput()), m_ownsDescriptor(false), m_budget(budget) {
+    setSystemId(reinterpret_cast<const XMLCh*>(WIDE("standard input")));
+    SetLastOpenError(0);
+}
+
+Source::~Source() {
+    if (m_descriptor >= 0 && m_ownsDescriptor) platform::CloseFile(m_descriptor);
+}
+
+const std::vector<unsigned char>& Source::Head(std::size_t count) {
+    while (m_descriptor >= 0 && !m_ended && m_head.size() < count) {
+        const std::size_t had = m_head.size();
+        m_head.resize(count);
+        int error = 0;
+        const std::int64_t got =
+            platform::ReadFile(m_descriptor, m_head.data() + had, count - had, error);
+        m_head.resize(had + std::size_t(std::max<std::int64_t>(got, 0)));
+        if (got <= 0) m_ended = true;
+        m_budget.Arrived(m_head.size() - had);
+    }
+    return m_head;
+}
+
+xercesc::BinInputStream* Source::makeStream() const {
+    if (m_descriptor < 0) return LocalFileInputSource::makeStream();
+    return new (getMemoryManager()) Stream(*this);
+}
+
+std::string OpenErrorText(CBasicStringView<WideChar> path, int error) {
+    const CBasicString<char8_t> utf8 = platform::Utf16ToUtf8(path);
+    return "cannot open \"" + std::string(utf8.begin(), utf8.end()) +
+           "\": " + platform::ErrorText(error);
+}
+
+int LastOpenError() { return t_lastOpenError; }
+
+void SetLastOpenError(int error) { t_lastOpenError = error; }
+
+} // namespace classxml::document_input

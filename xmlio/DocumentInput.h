@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <xercesc/framework/LocalFileInputSource.hpp>
+
+#include "BasicString.h"
+#include "xmlio/ParseLimits.h"
+
+namespace classxml::document_input {
+
+// The bytes of one document for a parser, from one descriptor opened once: a file by its path,
+// or standard input. Whatever the descriptor stands for (a regular file, a FIFO, a pipe) it is
+// read as a stream, start to end, so that nothing is read twice and a file replaced while it
+// is read is read whole as it was when it was opened. Each byte read lets the parse's limits
+// grow (ParseLimits.h). The first bytes can be looked at before the parse starts; the parser
+// reads them again from memory.
+//
+// A path that cannot be opened is left to Xerces, which tries it again and reports it as it
+// reports every document it cannot open; `OpenError` says why it failed here.
+class Source : public xercesc::LocalFileInputSource {
+public:
+    // The file at `path`; the system id, as the parser names the file in its messages, is the
+    // full path as Xerces makes it.
+    Source(const CBasicString<WideChar>& path, parse_limits::Budget& budget,
+           xercesc::MemoryManager* memory);
+    // Standard input, named "standard input".
+    Source(parse_limits::Budget& budget, xercesc::MemoryManager* memory);
+    ~Source() override;
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+
+    // 0, or the error number of the failed open.
+    int OpenError() const { return m_openError; }
+    // Up to the first `count` bytes of the document, read now if they have not been.
+    const std::vector<unsigned char>& Head(std::size_t count);
+
+    xercesc::BinInputStream* makeStream() const override;
+
+private:
+    class Stream;
+
+    int m_descriptor = -1;
+    int m_openError = 0;
+    bool m_ownsDescriptor = true;
+    parse_limits::Budget& m_budget;
+    std::vector<unsigned char> m_head; // read ahead, given to the parser first
+    bool m_ended = false;              // the head reached the end of the input
+};
+
+// The text of an open error for people: "cannot open "<path>": no such file".
+std::string OpenErrorText(CBasicStringView<WideChar> path, int error);
+
+// The error number with which the last file parse on this thread failed to open its file, 0
+// when it opened it (or read from memory).
+int LastOpenError();
+void SetLastOpenError(int error);
+
+} // namespace classxml::document_input
