@@ -132,30 +132,24 @@ bool DocumentReader::IsContainer(std::string_view kind, std::string_view itemTyp
     return Fail(describe(kind, itemType, valueType), describe(foundKind, foundItem, foundValue));
 }
 
-const Wide* DocumentReader::Content(std::string_view type) {
-    if (Failed()) return nullptr;
+// GetContent writes each line feed of a text node as CR LF; the text as it was has one carriage
+// return fewer before each line feed.
+bool DocumentReader::TextOf(std::string_view type, TextPieces& pieces) {
+    if (Failed()) return false;
     Handle& element = m_open.back().element;
     if (element.HasAttribute(Handle::KEY_TYPE)) {
         const std::string found = Utf8Of(element.GetAttributeValue(Handle::KEY_TYPE));
-        if (found != type) {
-            Fail(std::string(type), "keytype " + found);
-            return nullptr;
-        }
+        if (found != type) return Fail(std::string(type), "keytype " + found);
     }
-    return &element.GetContent();
-}
-
-// GetContent writes each line feed of a text node as CR LF; the text as it was has one carriage
-// return fewer before each line feed.
-CBasicStringView<WideChar> DocumentReader::AsWritten(const Wide& content) {
     m_written.clear();
-    for (const WideChar unit : content) {
+    for (const WideChar unit : element.GetContent()) {
         if (unit == WideChar('\n') && !m_written.empty() && m_written.back() == WideChar('\r'))
             m_written.back() = unit;
         else
             m_written.push_back(unit);
     }
-    return m_written;
+    pieces.Take(m_written);
+    return true;
 }
 
 } // namespace classxml::archive_detail

@@ -54,8 +54,7 @@ private:
     CXMLClassReaderWriter FindClassMember(std::string_view elementName,
                                           std::string_view variableName);
     void Push(CXMLClassReaderWriter element, std::size_t index, std::string_view name = {});
-    const CBasicString<WideChar>* Content(std::string_view type) override;
-    CBasicStringView<WideChar> AsWritten(const CBasicString<WideChar>& content) override;
+    bool TextOf(std::string_view type, TextPieces& pieces) override;
 
     CXMLClassReaderWriter m_root;
     std::string m_rootName; // the path's first step

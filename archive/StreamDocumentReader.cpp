@@ -206,20 +206,14 @@ bool StreamDocumentReader::IsContainer(std::string_view kind, std::string_view i
 
 // The text of the innermost open element, read to its end tag, once its keytype (when it has
 // one) is `type`. Like the handle's content, it is the element's own character data.
-const Wide* StreamDocumentReader::Content(std::string_view type) {
-    if (Failed()) return nullptr;
-    if (const auto keyType = Attribute(WIDE("keytype")); keyType && !SameText(*keyType, type)) {
-        Fail(std::string(type), "keytype " + Utf8Of(*keyType));
-        return nullptr;
-    }
-    Frame& top = m_frames[m_open - 1];
-    if (!m_onStartTag || !m_reader->ReadText(m_text)) {
-        Stopped();
-        return nullptr;
-    }
+bool StreamDocumentReader::TextOf(std::string_view type, TextPieces& pieces) {
+    if (Failed()) return false;
+    if (const auto keyType = Attribute(WIDE("keytype")); keyType && !SameText(*keyType, type))
+        return Fail(std::string(type), "keytype " + Utf8Of(*keyType));
+    if (!m_onStartTag || !m_reader->ReadText(pieces)) return Stopped();
     m_onStartTag = false;
-    top.ended = true;
-    return &m_text;
+    m_frames[m_open - 1].ended = true;
+    return true;
 }
 
 void StreamDocumentReader::Finish() {

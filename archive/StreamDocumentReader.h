@@ -68,15 +68,14 @@ private:
     bool Matches(std::string_view elementName, std::string_view variableName) const;
     void Enter(std::string_view name, std::size_t index);
     bool Stopped();
-    const CBasicString<WideChar>* Content(std::string_view type) override;
+    bool TextOf(std::string_view type, TextPieces& pieces) override;
 
     std::unique_ptr<StreamReader> m_reader;
     std::vector<Frame> m_frames; // the open elements; frames are reused, not freed
     std::size_t m_open = 0;      // how many of m_frames are open
     bool m_pending = false;      // the reader stands on the start tag of a child not entered
     bool m_onStartTag = false;   // the reader stands on the start tag of the innermost element
-    CBasicString<WideChar> m_text;
-    std::string m_rootName; // the path's first step
+    std::string m_rootName;      // the path's first step
 };
 
 } // namespace classxml::archive_detail

@@ -1,29 +1,30 @@
 #include "archive/ValueReader.h"
 
-#include "XMLClassReaderWriter/ValueText.h"
-#include "archive/WideText.h"
+#include "stream/TextCollectors.h"
 
 namespace classxml::archive_detail {
-namespace {
-
-// A found text for a message: quoted, and cut short when long.
-std::string Quoted(CBasicStringView<WideChar> text) {
-    constexpr std::size_t kShown = 40;
-    return '"' + Utf8Of(text.substr(0, kShown)) + (text.size() > kShown ? "...\"" : "\"");
-}
-
-} // namespace
 
 ValueReader::~ValueReader() = default;
 
+// Numbers are short by nature: only the first characters of their text are kept (see
+// ValueText), whatever the document holds.
 template <class Value>
 bool ValueReader::ReadValue(std::string_view type, Value& value) {
-    const CBasicString<WideChar>* text = Content(type);
-    if (!text) return false;
-    const auto parsed = value_text::Codec<Value>::ParseExact(*text);
-    if (!parsed) return Fail(std::string(type), Quoted(*text));
+    stream_detail::ValueText text;
+    if (!TextOf(type, text)) return false;
+    const std::optional<Value> parsed = text.Parse<Value>();
+    if (!parsed) return Fail(std::string(type), text.Quoted());
     value = *parsed;
     return true;
+}
+
+// Text is built in place as it is read.
+template <class Collector, class Text>
+bool ValueReader::ReadText(std::string_view type, Text& text) {
+    Collector collector(text);
+    const bool read = TextOf(type, collector);
+    collector.Finish();
+    return read;
 }
 
 // One line per value type: each goes through the one conversion of its type.
@@ -44,18 +45,11 @@ CLASSXML_READ(DB_VERSIONNUMBER)
 #undef CLASSXML_READ
 
 bool ValueReader::Read(std::string_view type, std::string& value) {
-    const CBasicString<WideChar>* text = Content(type);
-    if (!text) return false;
-    value = Utf8Of(AsWritten(*text));
-    return true;
+    return ReadText<stream_detail::Utf8Text>(type, value);
 }
 
 bool ValueReader::Read(std::string_view type, std::u16string& value) {
-    const CBasicString<WideChar>* text = Content(type);
-    if (!text) return false;
-    const CBasicStringView<WideChar> written = AsWritten(*text);
-    value.assign(written.begin(), written.end());
-    return true;
+    return ReadText<stream_detail::Utf16Text<std::u16string>>(type, value);
 }
 
 bool ValueReader::Fail(std::string expected, std::string found, std::string_view leaf) {

@@ -9,6 +9,7 @@
 #include "archive/MemberPath.h"
 #include "archive/Result.h"
 #include "platform/Export.h"
+#include "stream/StreamReader.h"
 
 namespace classxml::archive_detail {
 
@@ -42,13 +43,10 @@ public:
     Result TakeResult() { return std::move(m_result); }
 
 protected:
-    // The text of the element the reader stands on, once its keytype (when it has one) is
-    // `type`; null after a failure, which the reader has recorded.
-    virtual const CBasicString<WideChar>* Content(std::string_view type) = 0;
-    // The content as the application wrote it, where the engine's content differs from it.
-    virtual CBasicStringView<WideChar> AsWritten(const CBasicString<WideChar>& content) {
-        return content;
-    }
+    // Hands the text of the element the reader stands on, exactly as the application wrote it,
+    // to `pieces`, once its keytype (when it has one) is `type`; false after a failure, which
+    // the reader has recorded.
+    virtual bool TextOf(std::string_view type, TextPieces& pieces) = 0;
 
     MemberPath m_path;
     Result m_result;
@@ -56,6 +54,8 @@ protected:
 private:
     template <class Value>
     bool ReadValue(std::string_view type, Value& value);
+    template <class Collector, class Text>
+    bool ReadText(std::string_view type, Text& text);
 };
 
 } // namespace classxml::archive_detail

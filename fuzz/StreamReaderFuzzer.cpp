@@ -1,8 +1,12 @@
 // Arbitrary bytes read as a UTF-8 and as a UTF-16 document by the stream reader and by the DOM
 // reader behind ReadFromString: both accept or both refuse, and what they accept is the same
-// tree with the same text.
+// tree with the same text. Inputs that begin with a 0xFF byte are also read as a program that
+// writes a document: each further byte is a piece of markup and how often it repeats, so that
+// a few bytes reach the hundreds of elements, the nesting limit and the long texts that plain
+// bytes of a fuzzer's length never do.
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 #include "FuzzSupport.h"
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
@@ -28,6 +32,26 @@ void CheckAgreement(Parse parse, Open open) {
     dom.ReleaseDocument(document);
 }
 
+// The document a structured input describes: low nibble the piece, high nibble + 1 how often.
+std::string Structured(const std::uint8_t* data, std::size_t size) {
+    static const char* const kPieces[] = {
+        "<e/>",       "<e a='1'/>",      "<d>",     "</d>",
+        "<!-- c -->", "<![CDATA[<&>]]>", "&amp;",   "&#x41;",
+        "text",       "<?pi data?>",     "&#xD;",   "<d k='v'>x</d>",
+        "\r\n \t",    "&#x10000;",       "<e></e>", "<x:y xmlns:x='u'/>"};
+    std::string xml = "<r>";
+    for (std::size_t i = 1; i < size; ++i)
+        for (int repeat = 0; repeat <= (data[i] >> 4) * (data[i] >> 4); ++repeat)
+            xml += kPieces[data[i] & 0xF];
+    return xml + "</r>";
+}
+
+void CheckUtf8(const std::string& xml) {
+    const CBasicStringView<char8_t> utf8(reinterpret_cast<const char8_t*>(xml.data()), xml.size());
+    CheckAgreement([&](CXercesIO& dom) { return dom.ParseUTF8String(utf8); },
+                   [&](StreamReader& reader) { reader.OpenString(utf8); });
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -39,9 +63,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const CBasicStringView<char8_t> utf8(reinterpret_cast<const char8_t*>(data), size);
-    CheckAgreement([&](CXercesIO& dom) { return dom.ParseUTF8String(utf8); },
-                   [&](StreamReader& reader) { reader.OpenString(utf8); });
+    if (size > 0 && data[0] == 0xFF) CheckUtf8(Structured(data, size));
+    CheckUtf8(std::string(reinterpret_cast<const char*>(data), size));
 
     CBasicString<WideChar> units(size / 2, WideChar(0)); // copied: the bytes may be unaligned
     std::memcpy(units.data(), data, units.size() * sizeof(WideChar));

@@ -110,11 +110,9 @@ void AppendUtf8ToUtf16(CBasicStringView<char8_t> utf8, CBasicString<WideChar>& o
     out.resize(static_cast<std::size_t>(dst - out.data()));
 }
 
-void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, CBasicString<char8_t>& out) {
+std::size_t EncodeUtf16AsUtf8(CBasicStringView<WideChar> utf16, char* out) {
     const std::size_t n = utf16.size();
-    const std::size_t start = out.size();
-    out.resize(start + 3 * n); // a BMP code unit takes at most 3 bytes, a pair 4 for 2 units
-    char8_t* dst = out.data() + start;
+    auto* dst = reinterpret_cast<char8_t*>(out);
     for (std::size_t i = 0; i < n; ++i) {
         std::uint32_t cp = static_cast<std::uint16_t>(utf16[i]);
         if (cp < 0x80) {
@@ -134,7 +132,29 @@ void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, CBasicString<char8_t>& 
         }
         dst += EncodeUtf8(cp, dst);
     }
-    out.resize(static_cast<std::size_t>(dst - out.data()));
+    return static_cast<std::size_t>(dst - reinterpret_cast<char8_t*>(out));
+}
+
+namespace {
+
+// A BMP code unit takes at most 3 bytes, a pair 4 for its 2 units.
+template <class Bytes>
+void AppendEncoded(CBasicStringView<WideChar> utf16, Bytes& out) {
+    const std::size_t start = out.size();
+    out.resize(start + 3 * utf16.size());
+    const std::size_t written =
+        EncodeUtf16AsUtf8(utf16, reinterpret_cast<char*>(out.data() + start));
+    out.resize(start + written);
+}
+
+} // namespace
+
+void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, CBasicString<char8_t>& out) {
+    AppendEncoded(utf16, out);
+}
+
+void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, std::string& out) {
+    AppendEncoded(utf16, out);
 }
 
 #if defined(_WIN32)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "BasicString.h"
 #include "platform/Export.h"
 
@@ -20,6 +22,9 @@ CLASSXML_API std::size_t EncodeUtf8(char32_t codePoint, char8_t* out);
 // UTF-16 to UTF-8. An unpaired surrogate becomes U+FFFD.
 CLASSXML_API CBasicString<char8_t> Utf16ToUtf8(CBasicStringView<WideChar> utf16);
 CLASSXML_API void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, CBasicString<char8_t>& out);
+CLASSXML_API void AppendUtf16ToUtf8(CBasicStringView<WideChar> utf16, std::string& out);
+// The same into `out`, which has room for 3 bytes per code unit: the number of bytes written.
+CLASSXML_API std::size_t EncodeUtf16AsUtf8(CBasicStringView<WideChar> utf16, char* out);
 
 // The process's narrow code page: UTF-8 on POSIX, the ANSI code page on Windows. Used for
 // narrow file names, narrow text files in the default code page, messages and standard error.

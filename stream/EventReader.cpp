@@ -3,6 +3,7 @@
 #include <xercesc/dom/DOMException.hpp>
 #include <xercesc/framework/XMLElementDecl.hpp>
 #include <xercesc/util/XMLUniDefs.hpp>
+#include <xercesc/validators/DTD/DTDElementDecl.hpp>
 
 namespace classxml::stream_detail {
 
@@ -11,13 +12,24 @@ EventReader::EventReader(xercesc::MemoryManager* memory)
     setContentHandler(&m_locatorCatcher);
 }
 
+void EventReader::ChooseScanner(bool wellFormednessOnly) {
+    if (wellFormednessOnly)
+        setProperty(xercesc::XMLUni::fgXercesScannerName,
+                    const_cast<XMLCh*>(xercesc::XMLUni::fgWFXMLScanner));
+    // Both are the scanner's own settings, which a new scanner does not take over.
+    setInputBufferSize(kTextPiece);
+    // The reader has its scanner report the DOCTYPE's declarations only to a SAX handler that
+    // wants them; the catcher wants none, but the limits and the DOCTYPE's name need them.
+    setDTDHandler(&m_locatorCatcher);
+}
+
 Event& EventReader::Push(Event::Kind kind) {
     if (m_count == m_events.size()) m_events.emplace_back();
     Event& event = m_events[m_count++];
     event.kind = kind;
     event.attributes = nullptr;
     event.attributeCount = 0;
-    event.text.clear();
+    if (kind == Event::Kind::Text) event.text.clear();
     return event;
 }
 
@@ -50,6 +62,13 @@ void EventReader::XMLDecl(const XMLCh* const version, const XMLCh* const encodin
     SAX2XMLReaderImpl::XMLDecl(version, encoding, standalone, actualEncoding);
 }
 
+void EventReader::doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* const publicId,
+                              const XMLCh* const systemId, const bool hasIntSubset,
+                              const bool hasExtSubset) {
+    m_docTypeName = root.getFullName();
+    SAX2XMLReaderImpl::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);
+}
+
 void EventReader::startElement(const xercesc::XMLElementDecl& element, const unsigned int,
                                const XMLCh* const,
                                const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
@@ -76,6 +95,11 @@ void EventReader::endElement(const xercesc::XMLElementDecl& element, const unsig
 
 void EventReader::Characters(const XMLCh* characters, XMLSize_t length) {
     if (m_depth == 0) return; // white space around the root element
+    if (m_sending && !HasEvents()) {
+        if (m_pieces && (m_piecesDepth == 0 || m_piecesDepth == m_depth))
+            m_pieces->Take({reinterpret_cast<const WideChar*>(characters), length});
+        return;
+    }
     const bool joins = HasEvents() && m_events[m_count - 1].kind == Event::Kind::Text;
     Event& event = joins ? m_events[m_count - 1] : Push(Event::Kind::Text);
     event.text.append(reinterpret_cast<const WideChar*>(characters), length);

@@ -9,6 +9,7 @@
 #include <xercesc/sax2/DefaultHandler.hpp>
 
 #include "BasicString.h"
+#include "stream/StreamReader.h"
 
 namespace classxml::stream_detail {
 
@@ -45,12 +46,33 @@ struct Event {
 // Xerces' SAX2 reader with its scanner's document events taken straight into a queue of
 // events, without the SAX2 objects in between and without copying names or attributes. The
 // queue's storage is reused, so that reading a document of any size takes the memory of its
-// largest text, not of the document.
+// largest text, not of the document; and a text need not be held at all, where its consumer
+// takes it as it comes (SendText).
 // Character data that follows character data (CDATA sections, ignorable white space, the
 // expansion of entity references) joins the event before it.
 class EventReader : public xercesc::SAX2XMLReaderImpl {
 public:
+    // The scanner hands over character data in pieces of at most this many code units; a
+    // CDATA section comes whole.
+    static constexpr std::size_t kTextPiece = 64 * 1024;
+
     explicit EventReader(xercesc::MemoryManager* memory);
+
+    // Reads with Xerces' scanner for well-formedness alone, the fastest, or the scanner that
+    // validates. Either reports character data in pieces and the DOCTYPE's declarations.
+    void ChooseScanner(bool wellFormednessOnly);
+
+    // From now on, character data inside elements at `depth` (1 for the root's own text; 0 for
+    // any depth) goes to `pieces` as it is scanned, and all other character data is dropped;
+    // with null `pieces` all of it is dropped. Data that follows events still queued becomes a
+    // Text event all the same, so that the consumer meets everything in document order.
+    void SendText(TextPieces* pieces, std::size_t depth) {
+        m_sending = true;
+        m_pieces = pieces;
+        m_piecesDepth = depth;
+    }
+    // Character data becomes Text events again.
+    void QueueText() { m_sending = false; }
 
     // The events queued and not yet taken, oldest first.
     bool HasEvents() const { return m_head < m_count; }
@@ -79,6 +101,11 @@ public:
                              const bool cdataSection) override;
     void XMLDecl(const XMLCh* const version, const XMLCh* const encoding,
                  const XMLCh* const standalone, const XMLCh* const actualEncoding) override;
+    void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* const publicId,
+                     const XMLCh* const systemId, const bool hasIntSubset,
+                     const bool hasExtSubset) override;
+    // The root element the DOCTYPE names, once the prolog has been read; null without one.
+    const XMLCh* DocTypeName() const { return m_docTypeName; }
     void docComment(const XMLCh* const) override {}
     void docPI(const XMLCh* const, const XMLCh* const) override {}
 
@@ -98,8 +125,12 @@ private:
     std::vector<Event> m_events; // [m_head, m_count) are queued
     std::size_t m_head = 0;
     std::size_t m_count = 0;
-    std::size_t m_depth = 0;
+    std::size_t m_depth = 0; // of the scanner, ahead of the consumer by the events queued
     bool m_ended = false;
+    const XMLCh* m_docTypeName = nullptr; // in its declaration, which lasts the document
+    bool m_sending = false;               // character data goes to m_pieces, not into events
+    TextPieces* m_pieces = nullptr;
+    std::size_t m_piecesDepth = 0;
 };
 
 } // namespace classxml::stream_detail

@@ -1,19 +1,23 @@
 // A pull reader over Xerces' SAX2 scanner, parsing progressively, with the DOM readers' rules.
 #include "stream/StreamReader.h"
 
+#include <algorithm>
+#include <unordered_map>
+#include <vector>
+
 #include <xercesc/dom/DOMException.hpp>
-#include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLPScanToken.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
-#include <xercesc/sax2/XMLReaderFactory.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 
-#include "platform/FileIO.h"
+#include "platform/Utf.h"
 #include "stream/EventReader.h"
 #include "stream/Prolog.h"
+#include "stream/TextCollectors.h"
 #include "xmlio/DOMTreeErrorReporter.h"
 #include "xmlio/DiagnosticLog.h"
+#include "xmlio/DocumentInput.h"
 #include "xmlio/DocumentMemory.h"
 #include "xmlio/EntityPolicy.h"
 #include "xmlio/LimitedParser.h"
@@ -61,64 +65,54 @@ private:
     bool m_failed = false;
 };
 
-// What the reader needs to know of a file before it parses it: its length, for the limits,
-// and whether its first bytes show that it names no DTD. A file that cannot be read is left to
-// the full scanner, which reports why.
-struct FileHead {
-    std::uint64_t length = 0;
-    bool namesNoDtd = false;
-};
-
-FileHead LookAt(const CBasicString<WideChar>& path) {
-    FileHead head;
-    int error = 0;
-    const int descriptor = platform::OpenFile(path, platform::OpenOptions(), error);
-    if (descriptor < 0) return head;
-    head.length = std::uint64_t(std::max<std::int64_t>(0, platform::FileLength(descriptor, error)));
-    unsigned char bytes[stream_detail::kPrologBytes];
-    const std::int64_t read = platform::ReadFileAt(descriptor, 0, bytes, sizeof bytes, error);
-    platform::CloseFile(descriptor);
-    head.namesNoDtd = read > 0 && stream_detail::NamesNoDtd(bytes, std::size_t(read));
-    return head;
+// UTF-8 of the current event's parts, converted when first asked for.
+std::string_view Converted(View text, std::string& into) {
+    into.clear();
+    platform::AppendUtf16ToUtf8(text, into);
+    return into;
 }
 
 } // namespace
 
 class StreamReader::Impl {
+    using Kind = stream_detail::Event::Kind;
+
 public:
     Impl() { CXercesIO::StartEngine(); }
 
-    // A file: validated against its DTD, complaints to standard error, as ReadFromFile.
-    bool OpenFile(View path) {
-        if (m_state != State::New || path.empty()) return Refuse();
-        const CBasicString<WideChar> file(path);
-        const FileHead head = LookAt(file);
+    // A file or standard input: validated against its DTD, complaints to standard error, as
+    // ReadFromFile.
+    bool OpenInput(const CBasicString<WideChar>* path) {
+        if (m_state != State::New || (path && path->empty())) return Refuse();
+        Begin(0); // the limits grow as the input is read
+        auto source =
+            path ? std::make_unique<document_input::Source>(*path, *m_budget, m_memory.get())
+                 : std::make_unique<document_input::Source>(*m_budget, m_memory.get());
+        m_openError = source->OpenError();
+        const std::vector<unsigned char>& head = source->Head(stream_detail::kPrologBytes);
+        const bool namesNoDtd = stream_detail::NamesNoDtd(head.data(), head.size());
         m_fileErrors = std::make_unique<DOMTreeErrorReporter>();
         m_resolver = std::make_unique<entity_policy::Resolver>(CXercesIO::GetDtdDirectory(),
                                                                entity_policy::Missing::Reported);
-        m_sourceId = file;
-        return Start(head.length, true, head.namesNoDtd, [&] {
-            return std::make_unique<LocalFileInputSource>(xerces_text::Terminated(file),
-                                                          m_memory.get());
-        });
+        m_sourceId = path ? *path : CBasicString<WideChar>(WIDE("standard input"));
+        return Start(true, namesNoDtd, std::move(source));
     }
 
     // Text: not validated, complaints among the diagnostics only, as ReadFromString.
     bool OpenMemory(const void* bytes, std::size_t byteCount, const XMLCh* encoding,
                     bool namesNoDtd) {
         if (m_state != State::New || byteCount == 0) return Refuse();
+        Begin(byteCount);
         m_memoryErrors = std::make_unique<MemoryParseErrors>();
         m_resolver = std::make_unique<entity_policy::Resolver>(CXercesIO::GetDtdDirectory(),
                                                                entity_policy::Missing::ReadsEmpty);
         m_sourceId = CXercesIO::kMemoryBufferId;
-        return Start(byteCount, false, namesNoDtd, [&] {
-            auto source = std::make_unique<MemBufInputSource>(static_cast<const XMLByte*>(bytes),
-                                                              byteCount, CXercesIO::kMemoryBufferId,
-                                                              false, m_memory.get());
-            source->setEncoding(encoding);
-            source->setCopyBufToStream(false); // the caller keeps the text until the end
-            return source;
-        });
+        auto source =
+            std::make_unique<MemBufInputSource>(static_cast<const XMLByte*>(bytes), byteCount,
+                                                CXercesIO::kMemoryBufferId, false, m_memory.get());
+        source->setEncoding(encoding);
+        source->setCopyBufToStream(false); // the caller keeps the text until the end
+        return Start(false, namesNoDtd, std::move(source));
     }
 
     Event Next() {
@@ -134,7 +128,8 @@ public:
         }
         if (!m_parser->HasEvents()) return Finish(Verdict());
         m_current = true;
-        const stream_detail::Event& event = m_parser->Front();
+        ++m_serial;
+        stream_detail::Event& event = m_parser->Front();
         switch (event.kind) {
         case Kind::StartElement:
             ++m_depth;
@@ -143,54 +138,108 @@ public:
             --m_depth;
             return Event::EndElement;
         default:
+            m_text.swap(event.text); // lives on until the next text
             return Event::Text;
         }
     }
 
+    // Passes over text, holding none of it.
     Event NextTag() {
+        m_parser->SendText(nullptr, 0);
         Event event;
         while ((event = Next()) == Event::Text) {
         }
+        RestoreText();
         return event;
     }
 
-    // From a start tag to its end tag; `text`, when given, takes the element's own text.
-    bool ReadToEnd(CBasicString<WideChar>* text) {
-        if (text) text->clear();
+    // From a start tag to its end tag; the element's own text goes to `pieces` (null: dropped).
+    bool ReadToEnd(TextPieces* pieces) {
         if (!m_current || m_parser->Front().kind != Kind::StartElement) return false;
         const std::size_t inside = m_depth;
-        for (;;) {
+        m_parser->SendText(pieces, inside);
+        bool ended = false;
+        for (bool reading = true; reading;) {
             switch (Next()) {
-            case Event::Text:
-                if (text && m_depth == inside) Take(*text);
+            case Event::Text: // queued before the text went to `pieces`
+                if (pieces && m_depth == inside) pieces->Take(m_text);
                 break;
             case Event::EndElement:
-                if (m_depth == inside - 1) return true;
+                ended = m_depth == inside - 1;
+                reading = !ended;
                 break;
             case Event::StartElement:
                 break;
             default:
-                return false;
+                reading = false;
             }
         }
+        RestoreText();
+        return ended;
     }
 
-    // The current text joins `text`: moved there when it is the first.
-    void Take(CBasicString<WideChar>& text) {
-        CBasicString<WideChar>& current = m_parser->Front().text;
-        if (text.empty()) {
-            current.swap(text);
-            current.clear();
-        } else {
-            text += current;
+    template <class Collector, class Text>
+    bool ReadTextInto(Text& text) {
+        Collector collector(text);
+        const bool ended = ReadToEnd(&collector);
+        collector.Finish();
+        return ended;
+    }
+
+    template <class Value>
+    bool ReadValue(Value& value, const char* type) {
+        m_valueProblem.clear();
+        stream_detail::ValueText text;
+        if (!ReadToEnd(&text)) {
+            m_valueProblem = "expected " + std::string(type) + ", found the document ending";
+            return false;
         }
+        const std::optional<Value> parsed = text.Parse<Value>();
+        if (!parsed) {
+            m_valueProblem = "expected " + std::string(type) + ", found " + text.Quoted();
+            return false;
+        }
+        value = *parsed;
+        return true;
+    }
+
+    void SetTextPieces(TextPieces* pieces) {
+        m_userPieces = pieces;
+        RestoreText();
     }
 
     stream_detail::Event* Current() const { return m_current ? &m_parser->Front() : nullptr; }
+    const stream_detail::Event* CurrentOf(Kind kind) const {
+        const stream_detail::Event* event = Current();
+        return event && event->kind == kind ? event : nullptr;
+    }
     std::size_t Depth() const { return m_depth; }
+    const XMLCh* DocTypeName() const { return m_parser ? m_parser->DocTypeName() : nullptr; }
+    int OpenError() const { return m_openError; }
+    const std::string& ValueProblem() const { return m_valueProblem; }
+    const CBasicString<WideChar>& Text() const { return m_text; }
+
+    std::string_view NameUtf8(const XMLCh* name) {
+        auto [entry, added] = m_names.try_emplace(name);
+        if (added) Converted(xerces_text::ViewOf(name), entry->second);
+        return entry->second;
+    }
+    std::string_view AttributeUtf8(std::size_t index, View value) {
+        if (m_attributesSerial != m_serial) m_attributesConverted.clear();
+        m_attributesSerial = m_serial;
+        if (m_attributes.size() <= index) m_attributes.resize(index + 1);
+        if (m_attributesConverted.size() <= index) m_attributesConverted.resize(index + 1, false);
+        if (!m_attributesConverted[index]) Converted(value, m_attributes[index]);
+        m_attributesConverted[index] = true;
+        return m_attributes[index];
+    }
+    std::string_view TextUtf8() {
+        if (m_textSerial != m_serial) Converted(m_text, m_textUtf8);
+        m_textSerial = m_serial;
+        return m_textUtf8;
+    }
 
 private:
-    using Kind = stream_detail::Event::Kind;
     enum class State { New, Reading, Done };
 
     bool Refuse() {
@@ -205,19 +254,28 @@ private:
         return final;
     }
 
-    template <class MakeSource>
-    bool Start(std::uint64_t inputBytes, bool validate, bool namesNoDtd, MakeSource makeSource) {
+    // Character data goes where the application asked for it.
+    void RestoreText() {
+        if (m_userPieces)
+            m_parser->SendText(m_userPieces, 0);
+        else
+            m_parser->QueueText();
+    }
+
+    void Begin(std::uint64_t inputBytes) {
         diagnostics::Begin();
         m_state = State::Reading;
         m_budget = std::make_unique<Budget>(inputBytes);
         m_memory = std::make_unique<document_memory::CountedMemory>(*m_budget);
-        const bool started = Guarded([&] {
+    }
+
+    bool Start(bool validate, bool namesNoDtd, std::unique_ptr<InputSource> source) {
+        m_source = std::move(source);
+        const bool started = Stepped([&] {
             m_parser = std::make_unique<Parser>(*m_budget, m_memory.get());
             // A document that names no DTD has nothing to validate and no entities: the scanner
             // for well-formedness alone reads it the same, faster.
-            if (namesNoDtd)
-                m_parser->setProperty(XMLUni::fgXercesScannerName,
-                                      const_cast<XMLCh*>(XMLUni::fgWFXMLScanner));
+            m_parser->ChooseScanner(namesNoDtd);
             m_parser->setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
             m_parser->setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
             m_parser->setFeature(XMLUni::fgSAX2CoreValidation, validate);
@@ -229,7 +287,6 @@ private:
             m_parser->setErrorHandler(m_fileErrors ? static_cast<ErrorHandler*>(m_fileErrors.get())
                                                    : m_memoryErrors.get());
             m_parser->setEntityResolver(m_resolver.get());
-            m_source = makeSource();
             return m_parser->parseFirst(*m_source, m_token);
         });
         m_stopped = !started;
@@ -238,14 +295,14 @@ private:
 
     // One step of the scanner; false when it stopped.
     bool Step() {
-        return Guarded([&] { return m_parser->parseNext(m_token); });
+        return Stepped([&] { return m_parser->parseNext(m_token); });
     }
 
     // Runs a part of the parse; false when it ended in an error, which is then among the
     // diagnostics (and, for files, on standard error). The parse's memory counts against its
     // budget through its own memory manager.
     template <class Part>
-    bool Guarded(Part part) {
+    bool Stepped(Part part) {
         try {
             const bool going = part();
             if (m_memoryErrors && m_memoryErrors->Failed()) { // stops at its first error
@@ -297,21 +354,43 @@ private:
     std::unique_ptr<DOMTreeErrorReporter> m_fileErrors;       // when reading a file
     std::unique_ptr<MemoryParseErrors> m_memoryErrors;        // when reading text
     std::unique_ptr<EntityResolver> m_resolver;
-    std::unique_ptr<Parser> m_parser;
     std::unique_ptr<InputSource> m_source;
+    std::unique_ptr<Parser> m_parser;
     CBasicString<WideChar> m_sourceId; // the file's path, or the buffer id
     XMLPScanToken m_token;
+    int m_openError = 0;
     bool m_current = false; // the front event is the current one
     bool m_failed = false;
     bool m_stopped = false; // the scanner stopped: it must not be stepped again
     std::size_t m_depth = 0;
+    TextPieces* m_userPieces = nullptr;
+    CBasicString<WideChar> m_text; // of the last Text event
+    std::string m_valueProblem;
+    // UTF-8 forms: names by their declaration, which lasts the document; the rest by event.
+    std::uint64_t m_serial = 0; // of the current event
+    std::unordered_map<const XMLCh*, std::string> m_names;
+    std::vector<std::string> m_attributes;
+    std::vector<bool> m_attributesConverted;
+    std::uint64_t m_attributesSerial = 0;
+    std::string m_textUtf8;
+    std::uint64_t m_textSerial = 0;
 };
 
 StreamReader::StreamReader() : m_impl(std::make_unique<Impl>()) {}
 
 StreamReader::~StreamReader() = default;
 
-bool StreamReader::OpenFile(View path) { return m_impl->OpenFile(path); }
+bool StreamReader::OpenFile(View path) {
+    const CBasicString<WideChar> file(path);
+    return m_impl->OpenInput(&file);
+}
+
+bool StreamReader::OpenStandardInput() { return m_impl->OpenInput(nullptr); }
+
+bool StreamReader::OpenString(std::string_view utf8) {
+    return OpenString(
+        CBasicStringView<char8_t>(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
+}
 
 bool StreamReader::OpenString(CBasicStringView<char8_t> utf8) {
     return m_impl->OpenMemory(utf8.data(), utf8.size(), XMLUni::fgUTF8EncodingString,
@@ -323,13 +402,44 @@ bool StreamReader::OpenString(View utf16) {
                               stream_detail::NamesNoDtd(utf16));
 }
 
+int StreamReader::OpenError() const { return m_impl->OpenError(); }
+
 StreamReader::Event StreamReader::Next() { return m_impl->Next(); }
 
 StreamReader::Event StreamReader::NextTag() { return m_impl->NextTag(); }
 
 bool StreamReader::Skip() { return m_impl->ReadToEnd(nullptr); }
 
-bool StreamReader::ReadText(CBasicString<WideChar>& text) { return m_impl->ReadToEnd(&text); }
+bool StreamReader::ReadText(CBasicString<WideChar>& text) {
+    return m_impl->ReadTextInto<stream_detail::Utf16Text<CBasicString<WideChar>>>(text);
+}
+
+bool StreamReader::ReadText(std::string& utf8) {
+    return m_impl->ReadTextInto<stream_detail::Utf8Text>(utf8);
+}
+
+bool StreamReader::ReadText(TextPieces& pieces) { return m_impl->ReadToEnd(&pieces); }
+
+// One line per value type: each goes through the one strict conversion of its type.
+#define CLASSXML_READ_VALUE(Type, Name)                                                            \
+    bool StreamReader::ReadValue(Type& value) { return m_impl->ReadValue(value, Name); }
+CLASSXML_READ_VALUE(std::int32_t, "int")
+CLASSXML_READ_VALUE(std::int64_t, "__int64")
+CLASSXML_READ_VALUE(std::uint32_t, "UINT")
+CLASSXML_READ_VALUE(std::uint64_t, "DWORD64")
+CLASSXML_READ_VALUE(bool, "bool")
+CLASSXML_READ_VALUE(double, "double")
+CLASSXML_READ_VALUE(DB_ID, "DB_ID")
+CLASSXML_READ_VALUE(DB_GROUP_ID, "DB_GROUP_ID")
+CLASSXML_READ_VALUE(DB_USER_ID, "DB_USER_ID")
+CLASSXML_READ_VALUE(DB_TIME_TYPE, "DB_TIME_TYPE")
+CLASSXML_READ_VALUE(DB_UTC_TIME_TYPE, "DB_UTC_TIME_TYPE")
+CLASSXML_READ_VALUE(DB_VERSIONNUMBER, "DB_VERSIONNUMBER")
+#undef CLASSXML_READ_VALUE
+
+const std::string& StreamReader::ValueProblem() const { return m_impl->ValueProblem(); }
+
+void StreamReader::SetTextPieces(TextPieces* pieces) { m_impl->SetTextPieces(pieces); }
 
 View StreamReader::Name() const {
     const auto* event = m_impl->Current();
@@ -338,10 +448,15 @@ View StreamReader::Name() const {
                : View();
 }
 
-std::size_t StreamReader::AttributeCount() const {
+std::string_view StreamReader::NameUtf8() const {
     const auto* event = m_impl->Current();
-    return event && event->kind == stream_detail::Event::Kind::StartElement ? event->attributeCount
-                                                                            : 0;
+    return event && event->kind != stream_detail::Event::Kind::Text ? m_impl->NameUtf8(event->name)
+                                                                    : std::string_view();
+}
+
+std::size_t StreamReader::AttributeCount() const {
+    const auto* event = m_impl->CurrentOf(stream_detail::Event::Kind::StartElement);
+    return event ? event->attributeCount : 0;
 }
 
 View StreamReader::AttributeName(std::size_t index) const {
@@ -354,25 +469,58 @@ View StreamReader::AttributeValue(std::size_t index) const {
     return xerces_text::ViewOf(m_impl->Current()->AttributeAt(index).value);
 }
 
-std::optional<View> StreamReader::Attribute(View name) const {
-    const stream_detail::Event* event = m_impl->Current();
-    if (!event || event->kind != stream_detail::Event::Kind::StartElement) return std::nullopt;
-    for (std::size_t i = 0; i < event->attributeCount; ++i) {
-        const stream_detail::Event::Attribute attribute = event->AttributeAt(i);
+namespace {
+
+// The index of the attribute `name` (UTF-16 or ASCII-compatible UTF-8), or the count when there
+// is none.
+template <class Name>
+std::size_t IndexOf(const stream_detail::Event& event, Name name) {
+    for (std::size_t i = 0; i < event.attributeCount; ++i) {
+        const XMLCh* candidate = event.AttributeAt(i).name;
         std::size_t same = 0;
-        while (same < name.size() && attribute.name[same] == XMLCh(name[same]))
+        while (same < name.size() && candidate[same] != 0 &&
+               candidate[same] ==
+                   XMLCh(static_cast<std::make_unsigned_t<typename Name::value_type>>(name[same])))
             ++same;
-        if (same == name.size() && attribute.name[same] == 0)
-            return xerces_text::ViewOf(attribute.value);
+        if (same == name.size() && candidate[same] == 0) return i;
     }
-    return std::nullopt;
+    return event.attributeCount;
+}
+
+} // namespace
+
+std::optional<View> StreamReader::Attribute(View name) const {
+    const auto* event = m_impl->CurrentOf(stream_detail::Event::Kind::StartElement);
+    if (!event) return std::nullopt;
+    const std::size_t index = IndexOf(*event, name);
+    if (index == event->attributeCount) return std::nullopt;
+    return xerces_text::ViewOf(event->AttributeAt(index).value);
+}
+
+std::optional<std::string_view> StreamReader::AttributeUtf8(std::string_view name) const {
+    const auto* event = m_impl->CurrentOf(stream_detail::Event::Kind::StartElement);
+    if (!event) return std::nullopt;
+    const bool ascii = std::all_of(name.begin(), name.end(),
+                                   [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    const std::size_t index =
+        ascii ? IndexOf(*event, name)
+              : IndexOf(*event, View(platform::Utf8ToUtf16(
+                                    {reinterpret_cast<const char8_t*>(name.data()), name.size()})));
+    if (index == event->attributeCount) return std::nullopt;
+    return m_impl->AttributeUtf8(index, xerces_text::ViewOf(event->AttributeAt(index).value));
 }
 
 View StreamReader::Text() const {
-    const auto* event = m_impl->Current();
-    return event && event->kind == stream_detail::Event::Kind::Text ? View(event->text) : View();
+    return m_impl->CurrentOf(stream_detail::Event::Kind::Text) ? View(m_impl->Text()) : View();
+}
+
+std::string_view StreamReader::TextUtf8() const {
+    return m_impl->CurrentOf(stream_detail::Event::Kind::Text) ? m_impl->TextUtf8()
+                                                               : std::string_view();
 }
 
 std::size_t StreamReader::Depth() const { return m_impl->Depth(); }
+
+View StreamReader::DocTypeName() const { return xerces_text::ViewOf(m_impl->DocTypeName()); }
 
 } // namespace classxml

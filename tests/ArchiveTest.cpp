@@ -46,6 +46,7 @@ struct Everything {
     std::set<std::int64_t> keys{-1, 9};
     std::map<std::string, Point> points{{"o", {0, 0}}, {"p", {1.5, -2}}};
     std::map<int, std::vector<std::string>> lists{{1, {"x"}}, {2, {}}};
+    std::vector<std::string> blanks = std::vector<std::string>(300); // empty-element tags
     Point point{3, 4};
 
     bool operator==(const Everything&) const = default;
@@ -57,7 +58,7 @@ struct Everything {
         ar("time", time)("version", version)("color", color)("level", level);
         ar(CLASSXML_NVP(present), CLASSXML_NVP(absent), CLASSXML_NVP(nested), CLASSXML_NVP(names),
            CLASSXML_NVP(bits), CLASSXML_NVP(keys), CLASSXML_NVP(points), CLASSXML_NVP(lists),
-           CLASSXML_NVP(point));
+           CLASSXML_NVP(blanks), CLASSXML_NVP(point));
     }
 };
 
@@ -116,6 +117,7 @@ TEST_P(ArchiveTest, EveryTypeAndContainerComesBackExactly) {
     Everything loaded;
     loaded.absent = 1;
     loaded.nested.clear();
+    loaded.blanks.clear();
     const classxml::Result result = classxml::LoadFromString(xml, loaded, engine);
     ASSERT_TRUE(result) << result.Message();
     EXPECT_EQ(loaded, saved);

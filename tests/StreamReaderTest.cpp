@@ -1,10 +1,13 @@
 // The stream reader agrees with the DOM readers: same acceptance, same tree, same text, the
 // same validity verdicts and diagnostics.
+#include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "platform/FileIO.h"
 #include "stream/StreamReader.h"
 #include "support/Document.h"
 #include "support/GeneratedDocuments.h"
@@ -99,6 +102,92 @@ TEST_F(StreamReaderTest, AgreesWithTheDomReadersOnGeneratedDocuments) {
         ExpectSameFromString(text);
         ExpectSameFromFile(text);
     }
+}
+
+// Documents at the sizes users meet: thousands of elements, hundreds of empty ones, nesting up
+// to and past the limit, comments, CDATA, references, and texts of up to megabytes.
+std::string LargeDocument(unsigned seed) {
+    std::mt19937 random(seed);
+    const auto pick = [&](unsigned n) { return unsigned(random() % n); };
+    std::string xml = "<!DOCTYPE r [<!ELEMENT r ANY><!ELEMENT d ANY><!ELEMENT e EMPTY>"
+                      "<!ATTLIST e a CDATA #IMPLIED><!ENTITY ent 'entity &amp; text'>]><r>";
+    std::size_t depth = 1;
+    for (int i = 0; i < 5000; ++i) {
+        if (i % 1250 == 0) xml += std::string((1 << 20) + pick(1 << 20), char('a' + pick(26)));
+        switch (pick(10)) {
+        case 0:
+            xml += "<e/>";
+            break;
+        case 1:
+            xml += "<e a='" + std::to_string(i) + "'/>";
+            break;
+        case 2: // now and then a run of nesting, past the limit in one document of four
+            for (const std::size_t to = pick(40) == 0 ? (seed % 4 == 0 ? 260 : 250) : depth + 1;
+                 depth < std::min<std::size_t>(to, 250 + 10 * (seed % 4 == 0)); ++depth)
+                xml += "<d>";
+            break;
+        case 3:
+            if (depth > 1) xml += "</d>", --depth;
+            break;
+        case 4:
+            xml += "<!-- comment -->";
+            break;
+        case 5:
+            xml += "<![CDATA[<x>&]]>";
+            break;
+        case 6:
+            xml += "&amp;&#x41;&lt;&ent;";
+            break;
+        case 7:
+            xml += "<?pi data?>";
+            break;
+        default:
+            xml += std::string(pick(40), char('a' + pick(26)));
+        }
+    }
+    for (; depth > 1; --depth)
+        xml += "</d>";
+    return xml + "</r>";
+}
+
+TEST_F(StreamReaderTest, AgreesWithTheDomReadersAtRealSizes) {
+    int accepted = 0;
+    for (unsigned seed = 1; seed <= 8; ++seed) {
+        const std::string xml = LargeDocument(seed);
+        ExpectSameFromString(xml);
+        ExpectSameFromFile(xml);
+        StreamReader reader;
+        reader.OpenString(xml);
+        accepted += TreeOf(reader).has_value();
+    }
+    EXPECT_EQ(accepted, 6); // the two that nest past the limit are refused by both
+}
+
+// A FIFO is opened once and read as the stream it is, by both readers: a second open would
+// block, or swallow what the writer sent.
+TEST_F(StreamReaderTest, AFifoIsReadOnceAsAStream) {
+    const auto fifo = WidePath(dir / "fifo.xml");
+    if (classxml::platform::CreateFifo(fifo) != 0) GTEST_SKIP() << "no FIFOs here";
+    const std::string xml =
+        "<!DOCTYPE r SYSTEM \"r.dtd\"><r><p>" + std::string(200'000, 'x') + "</p></r>";
+    const auto feed = [&] { return std::thread([&] { WriteFile(dir / "fifo.xml", xml); }); };
+    std::thread writer = feed();
+    Handle handle = NewHandle();
+    EXPECT_TRUE(handle.ReadFromFile(fifo));
+    handle.ReleaseDocument();
+    writer.join();
+
+    writer = feed();
+    StreamReader reader;
+    ASSERT_TRUE(reader.OpenFile(fifo));
+    std::string text;
+    EXPECT_EQ(reader.NextTag(), Event::StartElement);
+    EXPECT_EQ(reader.NextTag(), Event::StartElement);
+    EXPECT_TRUE(reader.ReadText(text));
+    EXPECT_EQ(text.size(), 200'000u);
+    EXPECT_EQ(reader.NextTag(), Event::EndElement);
+    EXPECT_EQ(reader.NextTag(), Event::End);
+    writer.join();
 }
 
 // Validation as ReadFromFile validates: defaults from the DTD, entities, the same verdicts and

@@ -6,6 +6,8 @@ file(WRITE ${WORK}/good.xml "<!DOCTYPE r SYSTEM \"r.dtd\"><r><count keytype=\"in
 file(WRITE ${WORK}/invalid.xml "<!DOCTYPE r SYSTEM \"r.dtd\"><r><other/></r>")
 file(WRITE ${WORK}/escaping.xml "<!DOCTYPE r SYSTEM \"../r.dtd\"><r/>")
 file(WRITE ${WORK}/empty.xml "")
+string(REPEAT "<e a='1'/>" 300 empties) # each opens and closes at once
+file(WRITE ${WORK}/empties.xml "<Root>${empties}</Root>")
 file(WRITE ${WORK}/transport.xml "<r><FileTransport><fileContent>QUJD</fileContent></FileTransport></r>")
 string(ASCII 1 2 255 254 200 binary_bytes)
 string(REPEAT "${binary_bytes} binary " 400000 binary) # about 4 MB that is no text at all

@@ -1,10 +1,6 @@
 #include "Arguments.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <fstream>
-#include <iostream>
-#include <random>
 
 namespace classxml::tool {
 
@@ -33,26 +29,6 @@ Arguments ParseArguments(const std::vector<std::string>& words,
         }
     }
     return arguments;
-}
-
-InputFile::InputFile(const std::string& operand) : m_path(operand) {
-    if (operand != "-") return;
-    std::random_device random;
-    m_path = std::filesystem::temp_directory_path() /
-             ("classxml-stdin-" + std::to_string(random()) + ".xml");
-    m_temporary = true;
-    std::ofstream copy(m_path, std::ios::binary);
-    copy << std::cin.rdbuf();
-}
-
-InputFile::~InputFile() {
-    std::error_code ignored;
-    if (m_temporary) std::filesystem::remove(m_path, ignored);
-}
-
-std::filesystem::path InputFile::DefaultDtdDirectory() const {
-    if (m_temporary || !m_path.has_parent_path()) return ".";
-    return m_path.parent_path();
 }
 
 } // namespace classxml::tool

@@ -21,23 +21,20 @@ struct Arguments {
 Arguments ParseArguments(const std::vector<std::string>& words,
                          const std::vector<std::string>& valueOptions);
 
-// A document operand as a file to parse: "-" is standard input, copied into a temporary file
-// that is removed again with this object.
-class InputFile {
-public:
-    explicit InputFile(const std::string& operand);
-    ~InputFile();
-    InputFile(const InputFile&) = delete;
-    InputFile& operator=(const InputFile&) = delete;
+// A document operand: a file, or "-" for standard input, which is read as a stream.
+struct Input {
+    explicit Input(const std::string& operand)
+        : standardInput(operand == "-"), path(standardInput ? "" : operand) {}
 
-    const std::filesystem::path& Path() const { return m_path; }
+    bool standardInput;
+    std::filesystem::path path; // empty for standard input
+    // How messages name it.
+    std::string Name() const { return standardInput ? "standard input" : path.string(); }
     // Where relative DTD ids are looked up unless --dtd-dir says otherwise: the document's own
     // folder, the current one for standard input.
-    std::filesystem::path DefaultDtdDirectory() const;
-
-private:
-    std::filesystem::path m_path;
-    bool m_temporary = false;
+    std::filesystem::path DefaultDtdDirectory() const {
+        return !standardInput && path.has_parent_path() ? path.parent_path() : ".";
+    }
 };
 
 } // namespace classxml::tool

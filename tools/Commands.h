@@ -8,6 +8,7 @@
 #include <set>
 #include <string>
 
+#include "Arguments.h"
 #include "BasicString.h"
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
 #include "stream/StreamReader.h"
@@ -15,25 +16,25 @@
 namespace classxml::tool {
 
 int Demo(const std::filesystem::path& directory);
-int Dump(const std::filesystem::path& file, const std::filesystem::path& dtdDirectory);
-int Validate(const std::filesystem::path& file, const std::filesystem::path& dtdDirectory);
+int Dump(const Input& input, const std::filesystem::path& dtdDirectory);
+int Validate(const Input& input, const std::filesystem::path& dtdDirectory);
 int Preprocess(const std::filesystem::path& file);
 
 // Helpers the subcommands share.
 CBasicString<WideChar> Wide(const std::filesystem::path& path);
 std::string Narrow(CBasicStringView<WideChar> text);
-// "classxml: <file>: <message>" on standard error; returns 1.
-int Fail(const std::filesystem::path& file, const std::string& message);
+// "classxml: <name>: <message>" on standard error; returns 1.
+int Fail(const std::string& name, const std::string& message);
 // The base64 side files that pre-read extraction left in `directory`.
 std::set<std::filesystem::path> SideFiles(const std::filesystem::path& directory);
-// Fails unless `file` is a readable, non-empty regular file.
-bool CheckReadable(const std::filesystem::path& file);
-// Reads `file` with the stream reader, in constant memory whatever its size, with
-// `dtdDirectory` for its DTD, and hands `visit` each element and text event as it comes. Gives
-// the exit code; on failure it reports why from the parse's diagnostics: a refused id (with its
-// reason) or a document that is not well-formed 1, one that breaks its DTD 3.
+// Reads `input` with the stream reader, once, start to end and in constant memory whatever its
+// size, with `dtdDirectory` for its DTD. It hands `visit` each start and end tag as it comes,
+// and `text` (when given) the character data as it is read, holding none of it. Gives the exit
+// code; on failure it says why in one line: the file cannot be opened, a refused id (with its
+// reason) or a document that is not well-formed 1; one that breaks its DTD, or whose DTD
+// cannot be found, 3.
 using Visit = std::function<void(const StreamReader&, StreamReader::Event)>;
-int ReadDocument(const std::filesystem::path& file, const std::filesystem::path& dtdDirectory,
-                 const Visit& visit);
+int ReadDocument(const Input& input, const std::filesystem::path& dtdDirectory, const Visit& visit,
+                 TextPieces* text = nullptr);
 
 } // namespace classxml::tool

@@ -1,7 +1,7 @@
 #include <cstdio>
-#include <fstream>
 
 #include "Commands.h"
+#include "platform/FileIO.h"
 #include "platform/Utf.h"
 
 namespace classxml::tool {
@@ -12,8 +12,8 @@ CBasicString<WideChar> Wide(const std::filesystem::path& path) {
 
 std::string Narrow(CBasicStringView<WideChar> text) { return platform::WideToNarrow(text); }
 
-int Fail(const std::filesystem::path& file, const std::string& message) {
-    std::fprintf(stderr, "classxml: %s: %s\n", file.string().c_str(), message.c_str());
+int Fail(const std::string& name, const std::string& message) {
+    std::fprintf(stderr, "classxml: %s: %s\n", name.c_str(), message.c_str());
     return 1;
 }
 
@@ -25,37 +25,56 @@ std::set<std::filesystem::path> SideFiles(const std::filesystem::path& directory
     return files;
 }
 
-int ReadDocument(const std::filesystem::path& file, const std::filesystem::path& dtdDirectory,
-                 const Visit& visit) {
-    if (!CheckReadable(file)) return 1;
+namespace {
+
+// Character data nobody asked for.
+struct Dropped : TextPieces {
+    void Take(CBasicStringView<WideChar>) override {}
+};
+
+// Why a document that was opened was not accepted, from the parse's diagnostics.
+int Verdict(const Input& input) {
+    bool invalid = false;
+    for (const Diagnostic& diagnostic : LastDiagnostics()) {
+        if (diagnostic.message.starts_with("refused"))
+            return Fail(input.Name(), diagnostic.message);
+        if (diagnostic.message.starts_with("unable to open DTD document")) {
+            Fail(input.Name(), "the DTD it names could not be found (" + diagnostic.message + ")");
+            return 3;
+        }
+        if (diagnostic.severity == Diagnostic::Severity::FatalError) {
+            std::error_code error;
+            if (!input.standardInput && std::filesystem::is_regular_file(input.path, error) &&
+                std::filesystem::file_size(input.path, error) == 0)
+                return Fail(input.Name(), "the file is empty");
+            return Fail(input.Name(), "not a well-formed class-XML document");
+        }
+        invalid = invalid || diagnostic.severity == Diagnostic::Severity::Error;
+    }
+    if (!invalid) return Fail(input.Name(), "could not be read");
+    Fail(input.Name(), "not valid against its DTD");
+    return 3;
+}
+
+} // namespace
+
+int ReadDocument(const Input& input, const std::filesystem::path& dtdDirectory, const Visit& visit,
+                 TextPieces* text) {
     CXMLClassReaderWriter::SetDtdDirectory(Wide(dtdDirectory),
                                            CXMLClassReaderWriter::XMLIOTYPE_XERCES);
-    StreamReader reader;
-    reader.OpenFile(Wide(file)); // the parser's own lines go to stderr
+    StreamReader reader; // the parser's own lines go to stderr
+    if (input.standardInput)
+        reader.OpenStandardInput();
+    else
+        reader.OpenFile(Wide(input.path));
+    if (reader.OpenError() != 0) return Fail(input.Name(), platform::ErrorText(reader.OpenError()));
+    Dropped dropped;
+    reader.SetTextPieces(text ? text : &dropped);
     StreamReader::Event event;
     while ((event = reader.Next()) != StreamReader::Event::End &&
            event != StreamReader::Event::Error)
         visit(reader, event);
-    if (event == StreamReader::Event::End) return 0;
-    bool invalid = false;
-    for (const Diagnostic& diagnostic : LastDiagnostics()) {
-        if (diagnostic.message.starts_with("refused")) return Fail(file, diagnostic.message);
-        if (diagnostic.severity == Diagnostic::Severity::FatalError)
-            return Fail(file, "not a well-formed class-XML document");
-        invalid = invalid || diagnostic.severity == Diagnostic::Severity::Error;
-    }
-    if (!invalid) return Fail(file, "could not be read");
-    Fail(file, "not valid against its DTD");
-    return 3;
-}
-
-bool CheckReadable(const std::filesystem::path& file) {
-    std::error_code error;
-    if (!std::filesystem::exists(file, error)) return Fail(file, "no such file"), false;
-    if (!std::filesystem::is_regular_file(file, error)) return Fail(file, "not a file"), false;
-    if (!std::ifstream(file, std::ios::binary)) return Fail(file, "cannot be opened"), false;
-    if (std::filesystem::file_size(file, error) == 0) return Fail(file, "the file is empty"), false;
-    return true;
+    return event == StreamReader::Event::End ? 0 : Verdict(input);
 }
 
 } // namespace classxml::tool

@@ -10,20 +10,40 @@ namespace {
 
 using View = StreamReader::View;
 
-// Line breaks and tabs shown as escapes, so that every property stays on one line. A line feed
-// is shown as the handle's content holds it, after a carriage return.
+// A value on one line, as the archive would load it: line feeds, carriage returns, tabs and
+// backslashes as C escapes, every other control character (C0, DEL and C1, which a terminal would
+// act on) as \xNN, the rest as it is.
 std::string OneLine(View text) {
     std::string line;
-    for (const char c : Narrow(text)) {
-        if (c == '\n')
-            line += "\\r\\n";
-        else if (c == '\r')
+    std::size_t plain = 0; // the start of the characters not yet taken
+    const auto flush = [&](std::size_t end) {
+        line += Narrow(text.substr(plain, end - plain));
+        plain = end + 1;
+    };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto unit = static_cast<std::uint16_t>(text[i]);
+        const bool control = unit < 0x20 || (unit >= 0x7F && unit <= 0x9F);
+        if (!control && unit != '\\') continue;
+        flush(i);
+        static const char kHex[] = "0123456789ABCDEF";
+        switch (unit) {
+        case '\n':
+            line += "\\n";
+            break;
+        case '\r':
             line += "\\r";
-        else if (c == '\t')
+            break;
+        case '\t':
             line += "\\t";
-        else
-            line += c;
+            break;
+        case '\\':
+            line += "\\\\";
+            break;
+        default:
+            line += {'\\', 'x', kHex[unit >> 4], kHex[unit & 0xF]};
+        }
     }
+    flush(text.size());
     return line;
 }
 
@@ -35,42 +55,48 @@ bool IsContainerKind(const std::string& keytype) {
 // their children; the others are properties, printed with their text. Which one an element is
 // shows only after its start tag, so the element last begun waits until its first child or its
 // end. Its text waits with it, up to a limit, beyond which it is printed as a property as it
-// comes.
-class TreePrinter {
+// comes: the printer takes the text piece by piece and holds no more than that.
+class TreePrinter : public TextPieces {
 public:
     void operator()(const StreamReader& reader, StreamReader::Event event) {
-        switch (event) {
-        case StreamReader::Event::StartElement:
+        if (event == StreamReader::Event::StartElement) {
             if (m_waiting && m_streaming) { // a long property with a child after all
-                std::fputc('\n', stdout);
-                m_waiting.reset();
-                m_streaming = false;
+                EndLine();
             } else if (m_waiting) {
                 PrintHeading(); // it has a child: a class or a container
             }
             m_waiting.emplace(Element{reader, m_depth++});
-            break;
-        case StreamReader::Event::Text:
-            if (!m_waiting) break; // a class's own text is not shown
-            if (m_streaming) {
-                std::fputs(OneLine(reader.Text()).c_str(), stdout);
-            } else {
-                m_waiting->text += reader.Text();
-                if (m_waiting->text.size() > kMostWaiting && !IsContainerKind(m_waiting->keytype))
-                    StartProperty();
-            }
-            break;
-        default:
-            --m_depth;
-            if (!m_waiting) break;
-            if (IsContainerKind(m_waiting->keytype))
-                PrintHeading(); // an empty container
-            else if (!m_streaming)
-                StartProperty();
-            if (m_streaming) std::fputc('\n', stdout);
-            m_waiting.reset();
-            m_streaming = false;
+            return;
         }
+        --m_depth;
+        if (!m_waiting) return;
+        if (IsContainerKind(m_waiting->keytype))
+            PrintHeading(); // an empty container
+        else if (!m_streaming)
+            StartProperty();
+        if (m_streaming) EndLine();
+    }
+
+    void Take(View piece) override {
+        if (!m_waiting || piece.empty()) return; // a class's own text is not shown
+        // A surrogate pair split between two pieces is printed whole.
+        CBasicString<WideChar> joined;
+        if (m_highSurrogate) {
+            joined.assign(1, m_highSurrogate).append(piece);
+            piece = joined;
+            m_highSurrogate = 0;
+        }
+        if (piece.back() >= 0xD800 && piece.back() <= 0xDBFF) {
+            m_highSurrogate = piece.back();
+            piece.remove_suffix(1);
+        }
+        if (m_streaming) {
+            std::fputs(OneLine(piece).c_str(), stdout);
+            return;
+        }
+        m_waiting->text += piece;
+        if (m_waiting->text.size() > kMostWaiting && !IsContainerKind(m_waiting->keytype))
+            StartProperty();
     }
 
 private:
@@ -107,6 +133,7 @@ private:
         std::printf("%s%s\n", Indent().c_str(), m_waiting->heading.c_str());
         m_waiting.reset();
         m_streaming = false;
+        m_highSurrogate = 0;
     }
 
     void StartProperty() {
@@ -118,15 +145,28 @@ private:
         m_streaming = true;
     }
 
+    void EndLine() {
+        if (m_highSurrogate) std::fputs(OneLine(View(&m_highSurrogate, 1)).c_str(), stdout);
+        m_highSurrogate = 0;
+        std::fputc('\n', stdout);
+        m_waiting.reset();
+        m_streaming = false;
+    }
+
     std::optional<Element> m_waiting;
     bool m_streaming = false; // the waiting element's property line is being printed
     int m_depth = 0;
+    WideChar m_highSurrogate = 0; // the last piece's, waiting for the next one
 };
 
 } // namespace
 
-int Dump(const std::filesystem::path& file, const std::filesystem::path& dtdDirectory) {
-    return ReadDocument(file, dtdDirectory, TreePrinter());
+int Dump(const Input& input, const std::filesystem::path& dtdDirectory) {
+    TreePrinter printer;
+    return ReadDocument(
+        input, dtdDirectory,
+        [&](const StreamReader& reader, StreamReader::Event event) { printer(reader, event); },
+        &printer);
 }
 
 } // namespace classxml::tool

@@ -7,7 +7,12 @@
 namespace classxml::tool {
 
 int Preprocess(const std::filesystem::path& file) {
-    if (!CheckReadable(file)) return 1;
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(file, error);
+    if (status.type() == std::filesystem::file_type::not_found)
+        return Fail(file.string(), "no such file");
+    if (status.type() != std::filesystem::file_type::regular)
+        return Fail(file.string(), "not a file: preprocess rewrites a file in place");
     const std::filesystem::path directory =
         file.has_parent_path() ? file.parent_path() : std::filesystem::path(".");
     const auto before = SideFiles(directory);
@@ -22,7 +27,8 @@ int Preprocess(const std::filesystem::path& file) {
     std::printf("%zu base64 block%s moved out of %s\n", moved, moved == 1 ? "" : "s",
                 file.string().c_str());
     if (!complete)
-        return Fail(file, "stopped at an incomplete FileTransport element or a file error");
+        return Fail(file.string(),
+                    "stopped at an incomplete FileTransport element or a file error");
     return 0;
 }
 

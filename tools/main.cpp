@@ -22,9 +22,10 @@ const char kUsage[] =
     "                              files and list them\n"
     "  --help, --version\n"
     "\n"
-    "FILE may be - for standard input. Options stand before or after FILE, as --opt VALUE or\n"
-    "--opt=VALUE. DTDs are looked up in --dtd-dir, by default in the document's own folder (the\n"
-    "current one for standard input). COMMAND --help describes one command.\n"
+    "FILE may be - for standard input (not for preprocess, which rewrites a file). Options\n"
+    "stand before or after FILE, as --opt VALUE or --opt=VALUE. DTDs are looked up in\n"
+    "--dtd-dir, by default in the document's own folder (the current one for standard input).\n"
+    "COMMAND --help describes one command.\n"
     "\n"
     "Exit status: 0 success; 1 not well-formed, unreadable, or the operation failed; 2 usage\n"
     "error; 3 well-formed but not valid against its DTD.\n";
@@ -65,7 +66,8 @@ const Command kCommands[] = {
     {"preprocess",
      "preprocess FILE",
      "Moves the base64 blocks of FILE's FileTransport elements into side files beside it,\n"
-     "rewriting FILE in one step, and lists the files it wrote.\n",
+     "rewriting FILE in one step, and lists the files it wrote. FILE must be a file: - (standard\n"
+     "input) is not accepted, as there is nothing to rewrite.\n",
      {},
      1,
      1},
@@ -92,12 +94,12 @@ int Run(const Command& command, const classxml::tool::Arguments& arguments) {
         if (arguments.operands[0] == "-") return Usage("preprocess rewrites a file; - has none");
         return Preprocess(arguments.operands[0]);
     }
-    const InputFile input(arguments.operands[0]);
+    const Input input(arguments.operands[0]);
     const auto dtd = arguments.options.find("dtd-dir");
     const std::filesystem::path dtdDirectory = dtd != arguments.options.end()
                                                    ? std::filesystem::path(dtd->second)
                                                    : input.DefaultDtdDirectory();
-    return name == "dump" ? Dump(input.Path(), dtdDirectory) : Validate(input.Path(), dtdDirectory);
+    return name == "dump" ? Dump(input, dtdDirectory) : Validate(input, dtdDirectory);
 }
 
 } // namespace

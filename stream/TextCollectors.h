@@ -1,0 +1,159 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "BasicString.h"
+#include "XMLClassReaderWriter/ValueText.h"
+#include "platform/Utf.h"
+#include "stream/StreamReader.h"
+
+// What the stream reader and the archives build a text in, piece by piece as it is read.
+namespace classxml::stream_detail {
+
+// A long text is built in chunks and put together once it is complete. A string that grows by
+// doubling copies itself into twice the room and for a moment holds the text twice over; the
+// chunks go into exactly the room the text needs, each freed as soon as it is in, so that the
+// text is held about once at every moment, whatever its length and whether or not the reader
+// knows how long the document is (a pipe). A short text goes straight into its string.
+template <class String>
+class Assembled {
+public:
+    using Unit = typename String::value_type;
+
+    explicit Assembled(String& text) : m_text(text) { text.clear(); }
+
+    void Append(const Unit* units, std::size_t count) {
+        if (m_chunks.empty() && m_text.size() + count <= kChunk) {
+            m_text.append(units, count);
+            return;
+        }
+        if (m_chunks.empty()) m_chunks.push_back(std::exchange(m_text, String()));
+        while (count > 0) {
+            if (m_chunks.back().size() >= kChunk) m_chunks.emplace_back().reserve(kChunk);
+            const std::size_t room = std::max(kChunk - m_chunks.back().size(), std::size_t(1));
+            const std::size_t taken = std::min(count, room);
+            m_chunks.back().append(units, taken);
+            units += taken;
+            count -= taken;
+        }
+    }
+    void Finish() {
+        if (m_chunks.empty()) return;
+        std::size_t total = 0;
+        for (const String& chunk : m_chunks)
+            total += chunk.size();
+        m_text.reserve(total); // room that is only touched as the chunks go in
+        for (String& chunk : m_chunks)
+            m_text.append(std::exchange(chunk, String()));
+        m_chunks.clear();
+    }
+
+private:
+    static constexpr std::size_t kChunk = std::size_t(1) << 20;
+    String& m_text;
+    std::vector<String> m_chunks; // the text so far, once it is longer than a chunk
+};
+
+// A text in UTF-16 (WideChar or char16_t), as it is read.
+template <class String>
+class Utf16Text : public TextPieces {
+public:
+    explicit Utf16Text(String& text) : m_text(text) {}
+    void Take(CBasicStringView<WideChar> piece) override {
+        static_assert(sizeof(typename String::value_type) == sizeof(WideChar));
+        m_text.Append(reinterpret_cast<const typename String::value_type*>(piece.data()),
+                      piece.size());
+    }
+    void Finish() { m_text.Finish(); }
+
+private:
+    Assembled<String> m_text;
+};
+
+// A text in UTF-8, converted as it is read: a surrogate pair split between two pieces waits
+// for its second half.
+class Utf8Text : public TextPieces {
+public:
+    explicit Utf8Text(std::string& text) : m_text(text) {}
+    void Take(CBasicStringView<WideChar> piece) override {
+        if (piece.empty()) return;
+        if (m_waiting) { // the second half of a pair, or a lone high surrogate
+            const WideChar pair[2] = {m_waiting, piece.front()};
+            m_waiting = 0;
+            const bool joined = IsLowSurrogate(pair[1]);
+            Append({pair, std::size_t(joined ? 2 : 1)});
+            if (joined) piece.remove_prefix(1);
+        }
+        if (!piece.empty() && IsHighSurrogate(piece.back())) {
+            m_waiting = piece.back();
+            piece.remove_suffix(1);
+        }
+        // A CDATA section comes as one piece: converted a slice at a time.
+        while (!piece.empty()) {
+            std::size_t slice = std::min(piece.size(), kSlice);
+            if (slice < piece.size() && IsHighSurrogate(piece[slice - 1])) ++slice;
+            Append(piece.substr(0, slice));
+            piece.remove_prefix(slice);
+        }
+    }
+    void Finish() {
+        if (m_waiting) Append({&m_waiting, 1}); // unpaired: U+FFFD
+        m_waiting = 0;
+        m_text.Finish();
+    }
+
+private:
+    static constexpr std::size_t kSlice = 16 * 1024;
+    static bool IsHighSurrogate(WideChar unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+    static bool IsLowSurrogate(WideChar unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+    void Append(CBasicStringView<WideChar> units) {
+        m_converted.resize(3 * units.size());
+        m_text.Append(m_converted.data(), platform::EncodeUtf16AsUtf8(units, m_converted.data()));
+    }
+
+    Assembled<std::string> m_text;
+    std::string m_converted; // one slice
+    WideChar m_waiting = 0;
+};
+
+// The text of one value of a number family, bool included: short by nature, so at most
+// kLongest units are kept, which is all the strict conversions ever accept; of a longer text
+// only its start is kept, for the message.
+class ValueText : public TextPieces {
+public:
+    static constexpr std::size_t kLongest = 256;
+
+    void Take(CBasicStringView<WideChar> piece) override {
+        m_length += piece.size();
+        const std::size_t room = kLongest - std::min(kLongest, m_text.size());
+        m_text.append(piece.substr(0, room));
+    }
+
+    // The value, when the whole text is one value of its type.
+    template <class Value>
+    std::optional<Value> Parse() const {
+        if (m_length > kLongest) return std::nullopt;
+        return value_text::Codec<Value>::ParseExact(m_text);
+    }
+
+    // The text as a message shows it: quoted, and cut short when long.
+    std::string Quoted() const {
+        constexpr std::size_t kShown = 40;
+        std::string shown;
+        platform::AppendUtf16ToUtf8(
+            CBasicStringView<WideChar>(m_text).substr(0, std::min(kShown, m_text.size())), shown);
+        return '"' + shown + (m_length > kShown ? "...\"" : "\"");
+    }
+
+private:
+    CBasicString<WideChar> m_text;
+    std::size_t m_length = 0; // of the whole text
+};
+
+} // namespace classxml::stream_detail
