@@ -126,6 +126,10 @@ int StandardInput() {
 
 int CreateFifo(const CBasicString<WideChar>&) { return ENOSYS; }
 
+bool OwnerOf(const CBasicString<WideChar>&, unsigned&, unsigned&) { return false; }
+
+int ChangeOwner(const CBasicString<WideChar>&, unsigned, unsigned) { return ENOSYS; }
+
 int RemoveFile(const CBasicString<WideChar>& path, int& error) {
     const int result = _wunlink(WidePath(path));
     error = result == 0 ? 0 : errno;
@@ -254,6 +258,18 @@ int StandardInput() { return 0; }
 
 int CreateFifo(const CBasicString<WideChar>& path) {
     return ::mkfifo(NarrowPath(path).c_str(), 0600) == 0 ? 0 : errno;
+}
+
+bool OwnerOf(const CBasicString<WideChar>& path, unsigned& user, unsigned& group) {
+    struct stat status {};
+    if (::stat(NarrowPath(path).c_str(), &status) != 0) return false;
+    user = status.st_uid;
+    group = status.st_gid;
+    return true;
+}
+
+int ChangeOwner(const CBasicString<WideChar>& path, unsigned user, unsigned group) {
+    return ::chown(NarrowPath(path).c_str(), user, group) == 0 ? 0 : errno;
 }
 
 int RemoveFile(const CBasicString<WideChar>& path, int& error) {

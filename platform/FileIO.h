@@ -55,6 +55,11 @@ CLASSXML_API FileKind KindOf(int descriptor);
 // Opens `path` for reading a document once: a descriptor >= 0, or -1 with the error number in
 // `error` (EISDIR for a folder, which some systems open without complaint).
 CLASSXML_API int OpenForReading(const CBasicString<WideChar>& path, int& error);
+// The owner and group of the file at `path` (links followed); false where the platform has
+// none or the file cannot be seen.
+CLASSXML_API bool OwnerOf(const CBasicString<WideChar>& path, unsigned& user, unsigned& group);
+// Gives the file at `path` another owner and group: 0, or the error number.
+CLASSXML_API int ChangeOwner(const CBasicString<WideChar>& path, unsigned user, unsigned group);
 // Makes a FIFO (a named pipe) at `path`: 0, or the error number (ENOSYS where the platform has
 // none).
 CLASSXML_API int CreateFifo(const CBasicString<WideChar>& path);

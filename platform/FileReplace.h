@@ -1,36 +1,86 @@
 #pragma once
 
+#include <cstddef>
+#include <memory>
+
 #include "BasicString.h"
 #include "platform/Export.h"
 
-// Replacing a file in one step, so that a reader (or a crash) sees the old file or the new one,
-// never a mixture or nothing. Errors come back as the runtime library's numbers.
+// Writing a new version of a file so that what the file was stays: its text until the new one
+// is complete, and its permissions, owner, group, extended attributes and links after.
 namespace classxml::platform {
 
-// What stands where a file is about to be written.
+// What stands where a file is about to be written, and how it is written there.
 struct WriteTarget {
     enum class Kind {
-        MissingFolder, // the folder of the path does not exist
-        NewFile,       // nothing there yet, in an existing folder
-        RegularFile,   // an existing file, to be replaced
-        Other,         // a device, a pipe or a folder: written in place, if at all
+        MissingFolder, // the folder of the path does not exist: nothing is written
+        Aside,         // written beside the path and moved over it in one step
+        InPlace,       // an existing file that a new one could not stand in for (see below)
+        Stream,        // a device or a pipe: written as the text comes
     };
     Kind kind;
-    CBasicString<WideChar> path; // symbolic links followed to the file they name
+    // The file itself: symbolic links followed to the file they name, a dangling one to the
+    // file it would name.
+    CBasicString<WideChar> path;
 };
+
+// A new file can stand in for the old one when the process may write the old file, the folder
+// lets it create one, the old file's owner, group, permissions and extended attributes (ACLs
+// included) can be given to the new one, and the old one has no other link. On Windows a file
+// is always replaced.
 CLASSXML_API WriteTarget InspectWriteTarget(const CBasicString<WideChar>& path);
 
-// Creates a new empty file beside `target` under a fresh hidden name, opened for writing: the
-// descriptor and its path, or -1 with the error number in `error`.
-CLASSXML_API int CreateFileBeside(const CBasicString<WideChar>& target,
-                                  CBasicString<WideChar>& path, int& error);
+// A new version of the file at a path, written as InspectWriteTarget says, its failures kept as
+// the runtime library's error numbers.
+// - Aside: the text goes into a new file beside the path, made with the old file's permissions
+//   (never wider), owner and attributes, and Commit moves it over the path in one step once it is
+//   on the device. On Linux the new file has no name until then, so that a crash leaves nothing
+//   behind; elsewhere, or where the file system refuses that, it is ".<name>.<random>.tmp".
+// - InPlace: the old file is opened for writing at once (so that a read-only file fails as a
+//   plain open does), the text goes to an unnamed file aside, and Commit copies it over the old
+//   text, waits for the device and only then cuts what is left of the old text.
+// - Stream: the text goes straight to the device or pipe.
+// A replacement destroyed before Commit leaves the path as it was (a stream excepted).
+class CLASSXML_API FileReplacement {
+public:
+    explicit FileReplacement(const CBasicString<WideChar>& path);
+    ~FileReplacement();
+    FileReplacement(const FileReplacement&) = delete;
+    FileReplacement& operator=(const FileReplacement&) = delete;
+
+    WriteTarget::Kind Kind() const;
+    // Ready for the text; false after a failure.
+    bool IsOpen() const;
+    // The first failure's error number; 0 while all is well.
+    int Error() const;
+    // Appends; false after a failure.
+    bool Write(const void* data, std::size_t count);
+    // Puts the new version in place: true when the whole of it is there.
+    bool Commit();
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> m_impl;
+};
+
+// Creates a new, empty file at `path` for writing by a CVFile opened on it afterwards, with the
+// permissions, owner and group of the file `like` (never wider than its permissions): 0, or the
+// error number. The file must not exist yet.
+CLASSXML_API int CreateFileLike(const CBasicString<WideChar>& path,
+                                const CBasicString<WideChar>& like);
+
+// Waits until the data of the file at `path`, and the folder entries of the folder that holds
+// `path`, are on the device: 0, or the error number.
+CLASSXML_API int SyncFileAt(const CBasicString<WideChar>& path);
+CLASSXML_API int SyncFolderOf(const CBasicString<WideChar>& path);
 
 // Waits until the descriptor's data is on the device: 0, or the error number.
 CLASSXML_API int SyncFile(int descriptor);
 
-// Moves `from` over `to` in one step, once `from`'s data is on the device; an existing `to` is
-// replaced and its permissions carried over. 0, or -1 with the error number in `error`; `to`
-// is untouched then.
+// Puts the complete file `from` in the place of `to`, as a save would (InspectWriteTarget):
+// moved over it in one step once `from` and the folder's entries are on the device, or copied
+// over its text in place; `from` is gone afterwards. 0, or -1 with the error number in `error`;
+// `to` is untouched then, and `from` still there.
 CLASSXML_API int MoveOverFile(const CBasicString<WideChar>& from, const CBasicString<WideChar>& to,
                               int& error);
 

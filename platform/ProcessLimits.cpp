@@ -6,6 +6,9 @@
 #include <thread>
 #else
 #include <csignal>
+#include <vector>
+
+#include <grp.h>
 #include <sys/resource.h>
 #include <unistd.h>
 #endif
@@ -49,6 +52,8 @@ bool LimitThisProcess(const ProcessLimits& limits) {
     return limits.fileBytes == 0;
 }
 
+bool RunAs(unsigned, unsigned, std::initializer_list<unsigned>) { return false; }
+
 #else
 
 bool LimitThisProcess(const ProcessLimits& limits) {
@@ -64,6 +69,11 @@ bool LimitThisProcess(const ProcessLimits& limits) {
         limit(RLIMIT_FSIZE, limits.fileBytes);
     }
     return applied;
+}
+
+bool RunAs(unsigned user, unsigned group, std::initializer_list<unsigned> groups) {
+    const std::vector<gid_t> ids(groups.begin(), groups.end());
+    return setgroups(ids.size(), ids.data()) == 0 && setgid(group) == 0 && setuid(user) == 0;
 }
 
 #endif

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 
 #include "platform/Export.h"
 
@@ -16,5 +17,10 @@ struct ProcessLimits {
 
 // False when a limit asked for is not available on this platform.
 CLASSXML_API bool LimitThisProcess(const ProcessLimits& limits);
+
+// For tests of what another user may do: the rest of this process (a test's child) runs as
+// the user `user` in the group `group`, also a member of `groups`. False where the process may
+// not change users (it is not run by root) or the platform has no such ids.
+CLASSXML_API bool RunAs(unsigned user, unsigned group, std::initializer_list<unsigned> groups = {});
 
 } // namespace classxml::platform

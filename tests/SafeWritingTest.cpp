@@ -1,6 +1,7 @@
 // What is written comes back, and a failed save costs nothing: writers refuse text no document
 // can carry, CDATA keeps its carriage returns, and a save replaces its target in one step or
 // leaves it as it was.
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <xercesc/dom/DOM.hpp>
 
+#include "platform/FileIO.h"
 #include "support/Child.h"
 #include "support/Document.h"
 #include "support/TempDir.h"
@@ -139,11 +141,98 @@ TEST_F(SafeWritingTest, ASaveReplacesItsTargetInOneStep) {
 
     std::error_code noLinks;
     fs::create_symlink(target, dir / "link.xml", noLinks);
-    if (!noLinks) { // the file a link names is replaced, the link stays
-        typed.AddintProperty(WIDE("n"), WIDE("int"), 2);
-        ASSERT_TRUE(typed.SaveToFile(WidePath(dir / "link.xml")));
-        EXPECT_TRUE(fs::is_symlink(dir / "link.xml"));
-        EXPECT_EQ(ReadFile(target), classxml::testing::SaveUtf8(typed));
+    if (noLinks) return;
+    // The file a link names is saved and the link stays a link, also when it names nothing yet.
+    typed.AddintProperty(WIDE("n"), WIDE("int"), 2);
+    ASSERT_TRUE(typed.SaveToFile(WidePath(dir / "link.xml")));
+    EXPECT_TRUE(fs::is_symlink(dir / "link.xml"));
+    EXPECT_EQ(ReadFile(target), classxml::testing::SaveUtf8(typed));
+    fs::create_symlink("new.xml", dir / "dangling.xml");
+    ASSERT_TRUE(typed.SaveToFile(WidePath(dir / "dangling.xml")));
+    EXPECT_TRUE(fs::is_symlink(dir / "dangling.xml"));
+    EXPECT_EQ(ReadFile(dir / "new.xml"), classxml::testing::SaveUtf8(typed));
+}
+
+// A save keeps what the file was: a file the user may not write stays as it is, one in a folder
+// without create rights is written, and owner, group and links stay. Where the old file cannot
+// be replaced by a new one that is all of that, it is written in place.
+TEST_F(SafeWritingTest, ASaveKeepsWhatTheFileIs) {
+    constexpr unsigned kUser = 65534, kGroup = 65534, kOther = 4321;
+    const auto own = [&](const fs::path& path, unsigned user, unsigned group) {
+        return classxml::platform::ChangeOwner(WidePath(path), user, group) == 0;
+    };
+    fs::create_directories(dir / "locked");
+    if (!own(dir.Path(), kUser, kGroup))
+        GTEST_SKIP() << "needs root, to give files to other users and run as them";
+    typed.AddintProperty(WIDE("n"), WIDE("int"), 1);
+    const std::string saved = classxml::testing::SaveUtf8(typed);
+    const auto owner = [&](const fs::path& path) {
+        unsigned user = 0, group = 0;
+        classxml::platform::OwnerOf(WidePath(path), user, group);
+        return std::to_string(user) + ":" + std::to_string(group);
+    };
+    using fs::perms;
+    const auto make = [&](const fs::path& path, unsigned user, unsigned group, perms mode) {
+        WriteFile(path, "old");
+        own(path, user, group);
+        fs::permissions(path, mode);
+    };
+    make(dir / "read-only.xml", kUser, kGroup, perms::owner_read | perms::group_read);
+    make(dir / "locked" / "doc.xml", kUser, kGroup, perms::owner_read | perms::owner_write);
+    own(dir / "locked", kUser, kGroup);
+    fs::permissions(dir / "locked", perms::owner_read | perms::owner_exec);
+    make(dir / "shared.xml", kOther, kOther,
+         perms::owner_read | perms::owner_write | perms::group_read | perms::group_write);
+    fs::permissions(dir.Path(), perms::all); // the group member may create files here
+    EXPECT_IN_CHILD(classxml::platform::ProcessLimits{.seconds = 10}, {
+        ok = classxml::platform::RunAs(kUser, kGroup) &&
+             !typed.SaveToFile(WidePath(dir / "read-only.xml")) &&
+             ReadFile(dir / "read-only.xml") == "old" &&
+             typed.SaveToFile(WidePath(dir / "locked" / "doc.xml")) &&
+             ReadFile(dir / "locked" / "doc.xml") == saved;
+    });
+    EXPECT_IN_CHILD(classxml::platform::ProcessLimits{.seconds = 10}, {
+        ok = classxml::platform::RunAs(5678, 5678, {kOther}) &&
+             typed.SaveToFile(WidePath(dir / "shared.xml")) &&
+             ReadFile(dir / "shared.xml") == saved;
+    });
+    EXPECT_EQ(owner(dir / "shared.xml"), "4321:4321");
+
+    // Root replaces another user's private file: it stays theirs, and private.
+    make(dir / "private.xml", kUser, kGroup, perms::owner_read | perms::owner_write);
+    ASSERT_TRUE(typed.SaveToFile(WidePath(dir / "private.xml")));
+    EXPECT_EQ(owner(dir / "private.xml"), "65534:65534");
+    EXPECT_EQ(fs::status(dir / "private.xml").permissions(),
+              perms::owner_read | perms::owner_write);
+    EXPECT_EQ(ReadFile(dir / "private.xml"), saved);
+
+    // Both names of a file with two links see the new text.
+    WriteFile(dir / "linked.xml", "old");
+    fs::create_hard_link(dir / "linked.xml", dir / "second-name.xml");
+    ASSERT_TRUE(typed.SaveToFile(WidePath(dir / "linked.xml")));
+    EXPECT_EQ(ReadFile(dir / "second-name.xml"), saved);
+    EXPECT_EQ(fs::hard_link_count(dir / "linked.xml"), 2u);
+    fs::permissions(dir / "locked", perms::owner_all);
+}
+
+// A save killed part-way leaves the old document and nothing beside it: on Linux the new file
+// has no name until it is complete.
+TEST_F(SafeWritingTest, ASaveKilledPartWayLeavesNothingBehind) {
+#if !defined(__linux__)
+    GTEST_SKIP() << "elsewhere the new file has a name of its own while it is written";
+#endif
+    const fs::path target = dir / "doc.xml";
+    WriteFile(target, "old");
+    Fill(typed, 20'000'000);
+    for (int run = 0; run < 3; ++run) {
+        EXPECT_EXIT(
+            {
+                classxml::platform::LimitThisProcess({.seconds = 1});
+                for (;;)
+                    typed.SaveToFile(WidePath(target));
+            },
+            ::testing::KilledBySignal(SIGALRM), "");
+        EXPECT_EQ(Names(), std::set<std::string>{"doc.xml"});
     }
 }
 

@@ -13,22 +13,23 @@ namespace classxml::xerces_output {
 // error.
 struct WriteFailed {};
 
-// The file a document is written to. A regular file (or a new one) is written under a
-// temporary name beside it and moved over it in one step by Commit, so that whatever goes
-// wrong, the path holds either the old file or the whole new one. A device or a pipe is
-// written in place. A path whose folder does not exist is written to nowhere.
+// The file a document is written to, as a new version of what stands at its path (see
+// platform::FileReplacement): whatever goes wrong before Commit, the path holds what it held. A
+// path whose folder does not exist is written to nowhere.
 class FileTarget : public xercesc::XMLFormatTarget {
 public:
-    explicit FileTarget(const CBasicString<WideChar>& path);
-    ~FileTarget() override; // a target not committed leaves nothing behind
-    FileTarget(const FileTarget&) = delete;
-    FileTarget& operator=(const FileTarget&) = delete;
+    explicit FileTarget(const CBasicString<WideChar>& path) : m_file(path) {
+        m_buffer.reserve(kBufferBytes);
+    }
 
-    bool FolderMissing() const { return m_kind == platform::WriteTarget::Kind::MissingFolder; }
-    bool IsOpen() const { return m_descriptor >= 0; }
+    bool FolderMissing() const {
+        return m_file.Kind() == platform::WriteTarget::Kind::MissingFolder;
+    }
+    bool IsOpen() const { return m_file.IsOpen(); }
 
     void writeChars(const XMLByte* const bytes, const XMLSize_t count,
                     xercesc::XMLFormatter* const formatter) override;
+    // The serialiser flushes on its way out of a failure too: this never throws.
     void flush() override;
 
     // Writes what is buffered, waits for the device and puts the file in place. True when all
@@ -36,14 +37,12 @@ public:
     bool Commit();
 
 private:
-    void WriteBuffered();
-    void Discard();
+    // Output is collected into writes of this size.
+    static constexpr std::size_t kBufferBytes = std::size_t(1) << 16;
 
-    platform::WriteTarget::Kind m_kind;
-    CBasicString<WideChar> m_target;
-    CBasicString<WideChar> m_written; // the temporary file, or the target written in place
-    int m_descriptor = -1;
-    int m_error = 0;
+    bool WriteBuffered();
+
+    platform::FileReplacement m_file;
     std::vector<XMLByte> m_buffer;
 };
 
