@@ -2,6 +2,7 @@
 // files never reach the DOM parser. A text scan with CVFile; nothing here parses XML.
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
 
+#include "basicio/BasicFileException.h"
 #include "basicio/VFile.h"
 #include "platform/FileIO.h"
 #include "platform/FileReplace.h"
@@ -93,7 +94,9 @@ public:
         : m_file(file), m_localization(localization), m_end(file, localization, WIDE(">")),
           m_double(file, localization, WIDE("\"")), m_single(file, localization, WIDE("'")) {}
 
+    // The end of the file ends a name too: there, the tag is unfinished, not another one.
     bool NameEndsAt(std::int64_t position) {
+        if (position >= std::int64_t(m_file.GetSizeInCharacters().get())) return true;
         for (const View follower :
              {WIDE(" "), WIDE("\t"), WIDE("\r"), WIDE("\n"), WIDE("/"), WIDE(">")})
             if (m_file.IsStringAtPosition(FILE_CHAR_POS(position), true, follower, m_localization))
@@ -193,21 +196,33 @@ int CXMLClassReaderWriter::RenameFileLogged(const View& from, const View& to,
 // created) ends the call with false before the input is touched; so does the search from -1
 // that a missing "</FileTransport" leaves, which CVFile refuses rather than restarting at 0.
 // No base64 text is ever lost: it is either in its side file or still in the input, and the
-// rewritten document takes the input's place in one step, so that the input's name holds one
-// of the two at every moment. Only what can be base64 is moved: the content of a non-empty
-// "<fileContent" start tag up to a "</fileContent>" with no markup before it.
-bool CXMLClassReaderWriter::PreprocessReading(const View& path, const Localization& localization,
+// rewritten document takes the input's place only once every side file it names is on the
+// device, so that the input's name holds one of the two at every moment, a power loss
+// included. Only what can be base64 is moved: the content of a non-empty "<fileContent" start
+// tag up to a "</fileContent>" with no markup before it; it is read once, copied into its side
+// file as it is searched. Side files and the rewritten document get the input's permissions,
+// owner and group; a symbolic link is followed to the file it names, where they are written.
+bool CXMLClassReaderWriter::PreprocessReading(const View& given, const Localization& localization,
                                               const boost::shared_ptr<CLoggingFile>& logging) {
+    namespace platform = classxml::platform;
     try {
+        const CBasicString<WideChar> path = platform::InspectWriteTarget(CBasicString(given)).path;
         CVFile input;
         input.Open(path, CVFile::kReadExisting);
         const auto find = [&](View text, std::int64_t start) {
             return input.FindStringPositionInFile(text, localization, true, FILE_CHAR_POS(start))
                 .get();
         };
+        // A new file beside the input, as private as the input is.
+        const auto create = [&](CVFile& file, const CBasicString<WideChar>& name) {
+            if (const int error = platform::CreateFileLike(name, path))
+                ThrowFileError(name, error, WIDE("Open"),
+                               CLASSXML_SOURCE_POS("XMLClassReaderWriter"));
+            file.Open(name, CVFile::kCreateForWriting);
+        };
         // Side files and the rewritten document go next to the input.
         const CBasicString<WideChar> directory(
-            path.substr(0, path.size() - input.GetFileName().size()));
+            View(path).substr(0, path.size() - input.GetFileName().size()));
         CVFile rewritten;
         CBasicString<WideChar> rewrittenPath;
         CBasicString<WideChar> documentUuid; // stays empty when no UUID can be made
@@ -216,7 +231,6 @@ bool CXMLClassReaderWriter::PreprocessReading(const View& path, const Localizati
         std::int64_t search = 0;
         bool result = true;
         StartTags tags(input, localization);
-        NextPlace markup(input, localization, WIDE("<"));
         for (;;) {
             const std::int64_t transport = find(kTransportStart, search);
             if (transport < 0) break;
@@ -233,30 +247,38 @@ bool CXMLClassReaderWriter::PreprocessReading(const View& path, const Localizati
                 search = tagEnd;
                 continue;
             }
-            // No "</fileContent>" comes before the first markup after the tag.
-            const std::int64_t firstMarkup = markup.From(tagEnd + 1);
-            const std::int64_t contentEnd = firstMarkup < 0 ? -1 : find(kContentEnd, firstMarkup);
-            if (contentEnd < 0) {
-                result = false;
-                break;
-            }
-            if (contentEnd != firstMarkup) { // markup inside: not a base64 block
-                search = firstMarkup;
-                continue;
-            }
-            const std::int64_t transportEnd = find(kTransportEnd, contentEnd); // not checked
-            if (rewrittenPath.empty()) {
-                classxml::platform::NewUuidText(documentUuid);
-                rewrittenPath = directory + documentUuid + WIDE(".xml");
-                rewritten.Open(rewrittenPath, CVFile::kCreateForWriting);
-            }
-            classxml::platform::NewUuidText(sideUuid);
+            // The content goes into its side file up to the first markup, which must be
+            // "</fileContent>": otherwise it is not a base64 block, and the side file goes.
+            platform::NewUuidText(sideUuid);
             const CBasicString<WideChar> sidePath = directory + sideUuid + WIDE(".base64");
+            std::int64_t contentEnd = -1;
             {
                 CVFile side; // a side file that cannot be written ends the call: see above
-                side.Open(sidePath, CVFile::kCreateForWriting);
-                side.AppendFileContent(input, FILE_CHAR_POS(tagEnd + 1), FILE_CHAR_POS(contentEnd));
+                create(side, sidePath);
+                contentEnd =
+                    side.AppendFileContentUpTo(input, FILE_CHAR_POS(tagEnd + 1), '<').get();
                 side.Close();
+            }
+            const bool isBlock =
+                contentEnd >= 0 && input.IsStringAtPosition(FILE_CHAR_POS(contentEnd), true,
+                                                            kContentEnd, localization);
+            if (!isBlock) {
+                DeleteFileLogged(sidePath, logging, CLASSXML_SOURCE_POS("XMLClassReaderWriter"));
+                if (contentEnd < 0 || find(kContentEnd, contentEnd) < 0) {
+                    result = false;
+                    break;
+                }
+                search = contentEnd; // markup inside: not a base64 block
+                continue;
+            }
+            if (const int error = platform::SyncFileAt(sidePath))
+                ThrowFileError(sidePath, error, WIDE("Flush"),
+                               CLASSXML_SOURCE_POS("XMLClassReaderWriter"));
+            const std::int64_t transportEnd = find(kTransportEnd, contentEnd); // not checked
+            if (rewrittenPath.empty()) {
+                platform::NewUuidText(documentUuid);
+                rewrittenPath = directory + documentUuid + WIDE(".xml");
+                create(rewritten, rewrittenPath);
             }
             rewritten.AppendFileContent(input, FILE_CHAR_POS(copied), FILE_CHAR_POS(tagEnd + 1));
             rewritten.Write(View(AsElementText(sidePath)));
@@ -272,8 +294,7 @@ bool CXMLClassReaderWriter::PreprocessReading(const View& path, const Localizati
             rewritten.Close();
             input.Close();
             int error = 0;
-            if (classxml::platform::MoveOverFile(rewrittenPath, CBasicString<WideChar>(path),
-                                                 error) != 0)
+            if (platform::MoveOverFile(rewrittenPath, path, error) != 0)
                 LogFailedRename(error, rewrittenPath, path, logging,
                                 CLASSXML_SOURCE_POS("XMLClassReaderWriter"));
         }

@@ -140,8 +140,8 @@ public:
 
     /// Appends the source's characters [from, to) (clipped to its end) to the end of this file,
     /// converting between encodings where the files differ; returns the position after them.
-    /// AtEndOfFile is the same. AppendFileBuffer copies the bytes [from, to) unchanged to the
-    /// current position and returns how many it copied.
+    /// AtEndOfFile is the same. AppendFileBuffer appends the bytes [from, to) unchanged and
+    /// returns how many it copied.
     ///@{
     virtual FILE_CHAR_POS AppendFileContent(const CVFile& source, FILE_CHAR_POS from,
                                             FILE_CHAR_POS to);
@@ -150,6 +150,10 @@ public:
     virtual std::uint64_t AppendFileBuffer(const CVFile& source, std::uint64_t from,
                                            std::uint64_t to);
     ///@}
+    /// Appends the source's characters from `from` up to the first `stop` character at or after
+    /// it, reading each of them once: copying and searching in one pass. Returns where `stop`
+    /// stands, or -1 when the source ends first (all of it appended then).
+    FILE_CHAR_POS AppendFileContentUpTo(const CVFile& source, FILE_CHAR_POS from, WideChar stop);
 
     /// @}
 

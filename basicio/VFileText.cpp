@@ -93,7 +93,55 @@ void CopyCharacters(Source& source, std::int64_t from, std::int64_t to, Target& 
     });
 }
 
+// Characters of `source` from `from` up to the first `stop` at the current position of
+// `target`, in one pass over blocks of the source; where `stop` stands, or -1.
+template <class Source, class Target>
+std::int64_t CopyCharactersUpTo(Source& source, std::int64_t from, WideChar stop, Target& target) {
+    using SourceChar = typename Source::CharType;
+    const auto stopUnits = TextIn(source, CBasicStringView<WideChar>(&stop, 1));
+    const auto blockUnits = std::int64_t(kBlockBytes / sizeof(SourceChar));
+    const std::int64_t end = source.SizeInCharacters();
+    CBasicString<SourceChar> units;
+    CBasicString<WideChar> wide;
+    for (std::int64_t position = from; position < end;) {
+        units.clear();
+        source.ReadChars(position, std::min(end, position + blockUnits), units);
+        if (units.empty()) break;
+        const std::size_t found = units.find(stopUnits);
+        CBasicStringView<SourceChar> part(units.data(), found == units.npos ? units.size() : found);
+        if (found == units.npos && position + std::int64_t(units.size()) < end) {
+            // A character cut by the block's end, or a stop that begins in it, waits.
+            const std::size_t whole = WholeCharactersOf(source, part);
+            part = part.substr(
+                0, std::min(whole ? whole : part.size(), part.size() - (stopUnits.size() - 1)));
+        }
+        bool same = false;
+        if constexpr (std::is_same_v<Source, Target>) same = SameUnits(source, target);
+        if constexpr (std::is_same_v<Source, Target>)
+            if (same) target.WriteChars(part);
+        if (!same) {
+            wide.clear();
+            AppendAsWide(source, part, wide);
+            target.WriteChars(TextIn(target, wide));
+        }
+        position += std::int64_t(part.size());
+        if (found != units.npos) return position;
+    }
+    return -1;
+}
+
 } // namespace
+
+FILE_CHAR_POS CVFile::AppendFileContentUpTo(const CVFile& source, FILE_CHAR_POS from,
+                                            WideChar stop) {
+    return WithFile(WIDE("AppendFileContentUpTo"), [&](auto& target) {
+        RequireValidRange(WIDE("AppendFileContentUpTo"), from.get(), from.get());
+        target.Seek(0, BasicFile::seek_end);
+        return source.WithFile(WIDE("AppendFileContentUpTo"), [&](auto& input) {
+            return FILE_CHAR_POS(CopyCharactersUpTo(input, from.get(), stop, target));
+        });
+    });
+}
 
 FILE_CHAR_POS CVFile::AppendFileContent(const CVFile& source, FILE_CHAR_POS from,
                                         FILE_CHAR_POS to) {
@@ -116,6 +164,7 @@ std::uint64_t CVFile::AppendFileBuffer(const CVFile& source, std::uint64_t from,
     return WithFile(WIDE("AppendFileBuffer"), [&](auto& target) {
         RequireValidRange(WIDE("AppendFileBuffer"), static_cast<std::int64_t>(from),
                           static_cast<std::int64_t>(to));
+        target.Seek(0, BasicFile::seek_end); // appends, wherever the position stood
         return source.WithFile(WIDE("AppendFileBuffer"), [&](auto& input) {
             return CopyBytes(input, static_cast<std::int64_t>(from), static_cast<std::int64_t>(to),
                              target);

@@ -138,6 +138,44 @@ TEST_F(PreprocessTest, AnElementWithoutContentEndStopsTheScanButKeepsTheFirst) {
                                              "</fileContent></FileTransport>" + second);
 }
 
+// A file that ends inside a "<fileContent" start tag was cut short: false. Elements before it
+// stay extracted, and the unfinished tag is copied through.
+TEST_F(PreprocessTest, AStartTagCutOffByTheEndOfTheFileFails) {
+    const std::string cut = "<Root><FileTransport><fileContent";
+    WriteFile(dir / "doc.xml", cut);
+    EXPECT_FALSE(Preprocess(dir / "doc.xml"));
+    EXPECT_EQ(ReadFile(dir / "doc.xml"), cut);
+    EXPECT_EQ(Names(dir.Path()), std::set<std::string>{"doc.xml"});
+
+    WriteFile(dir / "doc.xml",
+              "<FileTransport><fileContent>GOOD</fileContent></FileTransport>" + cut);
+    EXPECT_FALSE(Preprocess(dir / "doc.xml"));
+    const std::set<std::string> sides = SideFiles();
+    ASSERT_EQ(sides.size(), 1u);
+    EXPECT_EQ(ReadFile(dir / "doc.xml"), "<FileTransport><fileContent>" + *sides.begin() +
+                                             "</fileContent></FileTransport>" + cut);
+}
+
+// Side files are as private as their document, and a link is followed to the file it names,
+// beside which the side files go; the link stays a link.
+TEST_F(PreprocessTest, SideFilesAreAsPrivateAsTheInputWhichALinkNames) {
+    fs::create_directories(dir / "real");
+    const fs::path file = dir / "real" / "doc.xml";
+    WriteFile(file, "<FileTransport><fileContent>QUJD</fileContent></FileTransport>");
+    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
+    std::error_code noLinks;
+    fs::create_symlink(file, dir / "link.xml", noLinks);
+    const fs::path given = noLinks ? file : dir / "link.xml";
+    ASSERT_TRUE(Preprocess(given));
+    EXPECT_EQ(fs::is_symlink(given), !noLinks);
+    std::size_t sides = 0;
+    for (const auto& entry : fs::directory_iterator(dir / "real")) {
+        EXPECT_EQ(fs::status(entry).permissions(), fs::status(file).permissions()) << entry.path();
+        sides += entry.path().extension() == ".base64";
+    }
+    EXPECT_EQ(sides, 1u);
+}
+
 TEST_F(PreprocessTest, AnElementWithoutTransportEndLeavesTheInputAlone) {
     const std::string xml = "<FileTransport><fileContent>DATA</fileContent>no end tag";
     WriteFile(dir / "doc.xml", xml);

@@ -249,7 +249,29 @@ TEST_F(VFileTest, AppendingWritesAfterWhatTheTargetHolds) {
         EXPECT_EQ(file.AppendFileContent(source, Pos(0), Pos(3)).get(), 6);
         file.Close();
         EXPECT_EQ(ReadFile(dir / "target.txt"), "ABCxyz") << flags;
+        WriteFile(dir / "target.txt", "ABC"); // bytes too, wherever the position stands
+        file.Open(WidePath(dir / "target.txt"), flags);
+        EXPECT_EQ(file.AppendFileBuffer(source, 0, 3), 3u);
+        file.Close();
+        EXPECT_EQ(ReadFile(dir / "target.txt"), "ABCxyz") << flags;
     }
+    // Copying up to a character: one pass, the character not included.
+    WriteFile(dir / "target.txt", "ABC");
+    file.Open(WidePath(dir / "target.txt"), 0x0812u);
+    EXPECT_EQ(file.AppendFileContentUpTo(source, Pos(0), 'z').get(), 2);
+    EXPECT_EQ(file.AppendFileContentUpTo(source, Pos(1), '<').get(), -1);
+    file.Close();
+    EXPECT_EQ(ReadFile(dir / "target.txt"), "ABCxyyz");
+    // Across block borders, with characters of several bytes on them.
+    std::string text;
+    while (text.size() < 3'000'000)
+        text += "\xC3\xA9t\xE2\x82\xAC\xF0\x9D\x84\x9E";
+    WriteFile(dir / "source.txt", text + "<" + text);
+    source.Open(WidePath(dir / "source.txt"), kRead);
+    file.Open(WidePath(dir / "target.txt"), kWrite);
+    EXPECT_EQ(file.AppendFileContentUpTo(source, Pos(0), '<').get(), std::int64_t(text.size()));
+    file.Close();
+    EXPECT_TRUE(ReadFile(dir / "target.txt") == text);
 }
 
 TEST_F(VFileTest, BlanksAreExactlySpaceReturnLineFeedAndTab) {
