@@ -14,8 +14,11 @@
 ///     classxml::Result saved = classxml::SaveToFile("sensor.xml", sensor);
 ///     classxml::Result loaded = classxml::LoadFromFile("sensor.xml", sensor);
 
+#include <charconv>
+#include <cmath>
 #include <cstddef>
 #include <deque>
+#include <limits>
 #include <list>
 #include <map>
 #include <optional>
@@ -130,6 +133,27 @@ auto AsNumber(T value) {
         return std::conditional_t<sizeof(T) <= 4, std::int32_t, std::int64_t>(value);
     else
         return std::conditional_t<sizeof(T) <= 4, std::uint32_t, std::uint64_t>(value);
+}
+
+// Whether a number read in its family's width fits the member's own type: an integer exactly,
+// a floating value within its range (rounding to a float's precision is no error).
+template <class T, class Number>
+bool Fits(Number number) {
+    if constexpr (std::floating_point<T>)
+        return !std::isfinite(number) || std::fabs(number) <= double(std::numeric_limits<T>::max());
+    else
+        return AsNumber(static_cast<T>(number)) == number;
+}
+
+template <class Number>
+std::string ToText(Number number) {
+    if constexpr (std::floating_point<Number>) {
+        char text[32];
+        const auto end = std::to_chars(text, text + sizeof text, number).ptr;
+        return std::string(text, end);
+    } else {
+        return std::to_string(number);
+    }
 }
 
 template <class Archive, class T>
@@ -341,10 +365,8 @@ private:
         } else if constexpr (std::is_arithmetic_v<T> || std::is_enum_v<T>) {
             decltype(AsNumber(value)) number{};
             if (!m_reader.Read(type, number)) return;
-            const T converted = static_cast<T>(number);
-            if (AsNumber(converted) != number && !std::floating_point<T>)
-                return (void)m_reader.Fail(std::string(type), std::to_string(number));
-            value = converted;
+            if (!Fits<T>(number)) return (void)m_reader.Fail(std::string(type), ToText(number));
+            value = static_cast<T>(number);
         } else {
             m_reader.Read(type, value);
         }

@@ -71,6 +71,14 @@ struct Station {
     }
 };
 
+struct Single {
+    float value = 0;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(value));
+    }
+};
+
 struct NamedWrongly {
     std::string& value;
     template <class Archive>
@@ -187,6 +195,19 @@ TEST_P(ArchiveTest, AFailedLoadNamesTheMemberAndLeavesTheObjectAsItWas) {
                    "keytype=\"int\">40000</small>")
                   .path,
               "Everything/small");
+
+    // A float takes what its range holds; beyond it is an error, as for integers.
+    for (const auto& [text, fits] : std::vector<std::pair<std::string, bool>>{{"3.4e38", true},
+                                                                              {"-inf", true},
+                                                                              {"nan", true},
+                                                                              {"1e-50", true},
+                                                                              {"1e300", false},
+                                                                              {"-3.5e38", false}}) {
+        Single single;
+        const classxml::Result result = classxml::LoadFromString(
+            "<Single><value keytype=\"double\">" + text + "</value></Single>", single, engine);
+        EXPECT_EQ(bool(result), fits) << text << " " << result.Message();
+    }
 
     const classxml::Result broken =
         classxml::LoadFromString("<Everything><i32>", everything, engine);

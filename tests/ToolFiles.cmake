@@ -6,6 +6,8 @@ file(WRITE ${WORK}/good.xml "<!DOCTYPE r SYSTEM \"r.dtd\"><r><count keytype=\"in
 file(WRITE ${WORK}/invalid.xml "<!DOCTYPE r SYSTEM \"r.dtd\"><r><other/></r>")
 file(WRITE ${WORK}/escaping.xml "<!DOCTYPE r SYSTEM \"../r.dtd\"><r/>")
 file(WRITE ${WORK}/empty.xml "")
+file(WRITE ${WORK}/controls.xml "<?xml version=\"1.1\"?><r><p keytype=\"s\">one&#10;two&#13;&#10;\\&#x1B;[31m&#x7;&#x9B;</p></r>")
+file(WRITE ${WORK}/no-dtd.xml "<!DOCTYPE r SYSTEM \"missing.dtd\"><r/>")
 string(REPEAT "<e a='1'/>" 300 empties) # each opens and closes at once
 file(WRITE ${WORK}/empties.xml "<Root>${empties}</Root>")
 file(WRITE ${WORK}/transport.xml "<r><FileTransport><fileContent>QUJD</fileContent></FileTransport></r>")
