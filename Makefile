@@ -14,7 +14,7 @@ DOCS_PACKAGES := doxygen
 # cereal is only the yardstick of the stream benchmark.
 BENCH_PACKAGES := libcereal-dev
 
-.PHONY: deps install-packages build demo test asan tsan memcheck fuzz windows bench docs install clean
+.PHONY: deps install-packages build demo test asan tsan memcheck crash fuzz windows bench docs install clean
 
 deps:
 	@$(MAKE) --no-print-directory install-packages LIST="$(PACKAGES)"
@@ -53,6 +53,11 @@ memcheck: deps
 	cmake --preset memcheck
 	cmake --build --preset memcheck
 	ctest --preset memcheck
+
+# Kills every save path, and the pre-read extraction, at each call that changes a file, and
+# checks that nothing was lost, also after a power loss at that moment (Linux).
+crash: build
+	build/default/crash/crash_harness
 
 # Each fuzz target runs FUZZ_SECONDS on its seeds (fuzz/corpus/<target>) and what it found
 # before (build/fuzz/corpus/<target>); failing inputs land in build/fuzz/artifacts/.

@@ -332,19 +332,23 @@ public:
 
     bool Commit() {
         if (!IsOpen()) return false;
+        const bool aside = m_target.kind == WriteTarget::Kind::Aside;
         m_error = SyncFile(m_descriptor);
-        if (m_error == 0 && m_target.kind == WriteTarget::Kind::InPlace)
-            m_error = CopyInPlace(m_descriptor, m_old, true);
-        if (m_error == 0 && m_target.kind == WriteTarget::Kind::Aside && m_name.empty()) {
+        if (m_error == 0 && !aside) m_error = CopyInPlace(m_descriptor, m_old, true);
+        // A file without a name gets one just before it is moved, so that it is seen under a
+        // name of its own for as short a time as can be.
+        bool moved = false;
+        if (m_error == 0 && aside && m_name.empty()) {
             m_name = NameBeside(FilesystemPath(m_target.path));
             m_error = GiveName(m_descriptor, m_name);
             if (m_error != 0) m_name.clear();
+            if (m_error == 0) m_error = Move(m_name, FilesystemPath(m_target.path));
+            moved = true;
         }
-        const int closed = CloseFile(m_descriptor);
+        const int closed = CloseFile(m_descriptor); // a named file: before it moves (Windows)
         m_descriptor = -1;
         if (m_error == 0) m_error = closed;
-        if (m_error == 0 && m_target.kind == WriteTarget::Kind::Aside)
-            m_error = Move(m_name, FilesystemPath(m_target.path));
+        if (m_error == 0 && aside && !moved) m_error = Move(m_name, FilesystemPath(m_target.path));
         if (m_error == 0) m_name.clear(); // in place now: nothing to discard
         Discard();
         return m_error == 0;
