@@ -218,9 +218,7 @@ TEST_F(SafeWritingTest, ASaveKeepsWhatTheFileIs) {
 // A save killed part-way leaves the old document and nothing beside it: on Linux the new file
 // has no name until it is complete.
 TEST_F(SafeWritingTest, ASaveKilledPartWayLeavesNothingBehind) {
-#if !defined(__linux__)
-    GTEST_SKIP() << "elsewhere the new file has a name of its own while it is written";
-#endif
+#if defined(__linux__)
     const fs::path target = dir / "doc.xml";
     WriteFile(target, "old");
     Fill(typed, 20'000'000);
@@ -234,6 +232,9 @@ TEST_F(SafeWritingTest, ASaveKilledPartWayLeavesNothingBehind) {
             ::testing::KilledBySignal(SIGALRM), "");
         EXPECT_EQ(Names(), std::set<std::string>{"doc.xml"});
     }
+#else
+    GTEST_SKIP() << "elsewhere the new file has a name of its own while it is written";
+#endif
 }
 
 // A write that fails part-way (a file-size limit, a full device, a folder that cannot be

@@ -26,7 +26,7 @@ int Demo(const std::filesystem::path& directory) {
     const std::filesystem::path xml = directory / "project.xml";
     std::ofstream(directory / "sample.dtd", std::ios::binary) << kSampleDtd;
     if (!std::filesystem::exists(directory / "sample.dtd"))
-        return Fail(directory, "cannot write into this directory");
+        return Fail(directory.string(), "cannot write into this directory");
     std::printf("classxml demo in %s\n", directory.string().c_str());
 
     Handle::InitXMLEngine(Handle::XMLIOTYPE_XERCES);
@@ -38,7 +38,7 @@ int Demo(const std::filesystem::path& directory) {
     const int written = sample::Write(project, writer, Wide(directory / "notes.txt"));
     const bool saved = writer.SaveToFile(Wide(xml));
     writer.ReleaseDocument();
-    if (!saved || Size(xml) == 0) return Fail(xml, "could not be saved");
+    if (!saved || Size(xml) == 0) return Fail(xml.string(), "could not be saved");
     std::printf("1. wrote %d values (18 scalars of every family, %zu tasks with a vector and a "
                 "set, two maps, a text file and a base64 attachment) to %s: %ju bytes\n",
                 written, project.tasks.size(), xml.filename().string().c_str(), Size(xml));
@@ -46,7 +46,7 @@ int Demo(const std::filesystem::path& directory) {
     Handle checker(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true);
     const bool valid = checker.ReadFromFile(Wide(xml));
     checker.ReleaseDocument();
-    if (!valid) return Fail(xml, "not valid against sample.dtd");
+    if (!valid) return Fail(xml.string(), "not valid against sample.dtd");
     std::printf("2. validated it against sample.dtd\n");
 
     // Only the side files this run writes count: an earlier run's may lie in the same folder.
@@ -55,14 +55,15 @@ int Demo(const std::filesystem::path& directory) {
     std::set<std::filesystem::path> sides;
     for (const auto& side : SideFiles(directory))
         if (!before.count(side)) sides.insert(side);
-    if (!extracted || sides.empty()) return Fail(xml, "pre-processing found no attachment");
+    if (!extracted || sides.empty())
+        return Fail(xml.string(), "pre-processing found no attachment");
     std::printf("3. pre-processed it: %zu base64 block moved to %s (%ju bytes); the document is "
                 "now %ju bytes\n",
                 sides.size(), sides.begin()->filename().string().c_str(), Size(*sides.begin()),
                 Size(xml));
 
     Handle reader(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true);
-    if (!reader.ReadFromFile(Wide(xml))) return Fail(xml, "could not be read back");
+    if (!reader.ReadFromFile(Wide(xml))) return Fail(xml.string(), "could not be read back");
     int compared = 0;
     const auto differences = sample::Differences(project, sample::Read(reader), compared);
     reader.ReleaseDocument();
@@ -72,8 +73,8 @@ int Demo(const std::filesystem::path& directory) {
         std::fprintf(stderr, "classxml: %s: %s differs\n", xml.string().c_str(),
                      difference.c_str());
     if (!differences.empty() || compared != written)
-        return Fail(xml, "read back " + std::to_string(compared) + " values, " +
-                             std::to_string(differences.size()) + " differ");
+        return Fail(xml.string(), "read back " + std::to_string(compared) + " values, " +
+                                      std::to_string(differences.size()) + " differ");
     std::printf("4. read it back with typed readers: all %d values read back equal\n", compared);
     return 0;
 }
