@@ -48,6 +48,29 @@ bool DocumentReader::IsClass(std::string_view elementName) {
     return Fail("class element " + std::string(elementName), "element " + found);
 }
 
+std::string DocumentReader::ElementName() {
+    return Failed() ? std::string() : Utf8Of(m_open.back().element.GetElementName());
+}
+
+std::optional<std::string> DocumentReader::Attribute(std::string_view name) {
+    if (Failed()) return std::nullopt;
+    Handle& element = m_open.back().element;
+    const WideText wide(name);
+    if (!element.HasAttribute(wide.view())) return std::nullopt;
+    return Utf8Of(element.GetAttributeValue(wide.view()));
+}
+
+bool DocumentReader::NextObject(std::string_view elementName, std::size_t index) {
+    if (Failed()) return false;
+    const WideText name(elementName);
+    Handle next = m_lastObject ? m_lastObject->GetNextElement(name.view())
+                               : m_root.GetFirstSubElement(name.view());
+    if (!next.IsDefined()) return false;
+    m_lastObject = next;
+    Push(std::move(next), index);
+    return true;
+}
+
 // An item is named in a path by its element's name.
 void DocumentReader::Push(Handle element, std::size_t index, std::string_view name) {
     if (index)

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "archive/Archived.h"
 #include "archive/ValueReader.h"
 
 namespace classxml::archive_detail {
@@ -16,6 +18,8 @@ namespace classxml::archive_detail {
 // every later call answers false.
 class CLASSXML_API DocumentReader : public ValueReader {
 public:
+    static constexpr Engine kEngine = Engine::Dom;
+
     DocumentReader();
     ~DocumentReader() override;
     DocumentReader(const DocumentReader&) = delete;
@@ -41,9 +45,19 @@ public:
                      std::string_view valueType = {});
     // The element at the top is the class element `elementName`.
     bool IsClass(std::string_view elementName);
+    // The element at the top: its name, and an attribute (nothing when it has none of that name).
+    std::string ElementName();
+    std::optional<std::string> Attribute(std::string_view name);
 
-    // The whole document was read and accepted when it was loaded: nothing is left to do.
-    void Finish() {}
+    // For reading objects one at a time: steps onto the next child of the root element named
+    // `elementName`, skipping others; false at the root's end or on failure.
+    bool NextObject(std::string_view elementName, std::size_t index);
+
+    // The whole document was read and accepted when it was loaded: nothing is left to do but
+    // leave the elements still entered.
+    void Finish() {
+        if (m_open.size() > 1) m_open.erase(m_open.begin() + 1, m_open.end());
+    }
 
 private:
     struct Frame {
@@ -57,7 +71,8 @@ private:
     bool TextOf(std::string_view type, TextPieces& pieces) override;
 
     CXMLClassReaderWriter m_root;
-    std::string m_rootName; // the path's first step
+    std::string m_rootName;                            // the path's first step
+    std::optional<CXMLClassReaderWriter> m_lastObject; // NextObject's, to go on from
     std::vector<Frame> m_open;
     CBasicString<WideChar> m_written; // a content as it was written
 };

@@ -38,12 +38,16 @@ void DocumentWriter::Open(Handle element, std::string_view name, std::size_t ind
 }
 
 void DocumentWriter::BeginClass(std::string_view elementName, std::string_view variableName,
-                                std::size_t index) {
+                                std::size_t index, Attribute attribute) {
     if (!m_result) return Open(m_root, elementName, index); // keeps Begin and End paired
     const WideText element(elementName), variable(variableName);
-    Open(Made(elementName,
-              [&] { return m_open.back().CreateClass(element.view(), variable.view()); }),
-         variableName.empty() ? elementName : variableName, index);
+    Handle made = Made(elementName,
+                       [&] { return m_open.back().CreateClass(element.view(), variable.view()); });
+    const bool attributed =
+        attribute.first.empty() || !made.IsDefined() ||
+        made.AddAttributeValue(WideText(attribute.first).view(), WideText(attribute.second).view());
+    Open(made, variableName.empty() ? elementName : variableName, index);
+    if (!attributed) Refuse({}, "a name and text XML can carry", "one it cannot");
 }
 
 void DocumentWriter::BeginSequence(std::string_view name, std::string_view kind,

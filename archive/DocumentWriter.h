@@ -3,9 +3,11 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "archive/Archived.h"
 #include "archive/ValueWriter.h"
 
 namespace classxml {
@@ -19,6 +21,9 @@ struct DocumentType {
 
 namespace archive_detail {
 
+// An attribute a class element carries besides varname, in UTF-8.
+using Attribute = std::pair<std::string_view, std::string_view>;
+
 // Where a document is saved: the file at `path`, or `text` when it is given.
 struct Destination {
     std::string_view path;
@@ -30,14 +35,17 @@ struct Destination {
 // The first write that fails is kept, with the member's path, and later writes are skipped.
 class CLASSXML_API DocumentWriter : public ValueWriter {
 public:
+    static constexpr Engine kEngine = Engine::Dom;
+
     DocumentWriter(Destination destination, std::string_view rootName, const DocumentType& doctype);
     ~DocumentWriter() override;
     DocumentWriter(const DocumentWriter&) = delete;
     DocumentWriter& operator=(const DocumentWriter&) = delete;
 
-    // A class element (`variableName` empty for a container's item); writes go into it until End.
+    // A class element (`variableName` empty for a container's item), with one more attribute
+    // when `attribute` names one; writes go into it until End.
     void BeginClass(std::string_view elementName, std::string_view variableName,
-                    std::size_t index = 0);
+                    std::size_t index = 0, Attribute attribute = {});
     // A container element of `kind` ("vector", "list" or "set").
     void BeginSequence(std::string_view name, std::string_view kind, std::string_view itemType,
                        std::size_t index = 0);

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Documents of any number of objects, written and read one object at a time on the stream
-/// engine, in the memory of one:
+/// Documents of any number of objects, written and read one object at a time: on the stream
+/// engine in the memory of one, on the DOM engine as one document.
 ///
 ///     classxml::ObjectWriter out(classxml::InFile{"records.xml"}, "Records");
 ///     for (const Record& record : source) out.Write(record);
@@ -13,8 +13,10 @@
 ///     classxml::Result loaded = in.Finish();
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "archive/Archive.h"
 
@@ -42,51 +44,91 @@ struct FromString {
     std::string_view utf8; ///< the document
 };
 
+namespace archive_detail {
+
+// A writer and its archive, for one engine.
+template <class Writer>
+struct WriterOn {
+    WriterOn(Destination destination, std::string_view rootName, const DocumentType& doctype)
+        : writer(destination, rootName, doctype), archive(writer) {}
+    Writer writer;
+    BasicOutputArchive<Writer> archive;
+};
+template <class Reader>
+struct ReaderOn {
+    Reader reader;
+    BasicInputArchive<Reader> archive{reader};
+};
+
+} // namespace archive_detail
+
 /// @ingroup archive
-/// Writes objects one at a time into one document, each as a class element of its root, on the
-/// stream engine. A write that fails (a name or text XML cannot carry) stops the document;
-/// Finish says where and why, and a file keeps what it held before.
+/// Writes objects one at a time into one document, each as a class element of its root. On the
+/// stream engine (the default) each is written as it comes, in the memory of one; on the DOM
+/// engine the document is built and saved by Finish. A write that fails (a name or text XML
+/// cannot carry) stops the document; Finish says where and why, and a file keeps what it held
+/// before.
 class ObjectWriter {
 public:
     /// Starts a document whose root element is `rootName`, with an optional DOCTYPE.
     ///@{
-    ObjectWriter(InFile file, std::string_view rootName, const DocumentType& doctype = {})
-        : m_writer({file.path}, rootName, doctype), m_archive(m_writer) {}
-    ObjectWriter(InString text, std::string_view rootName, const DocumentType& doctype = {})
-        : m_writer({{}, &text.utf8}, rootName, doctype), m_archive(m_writer) {}
+    ObjectWriter(InFile file, std::string_view rootName, const DocumentType& doctype = {},
+                 Engine engine = Engine::Stream)
+        : ObjectWriter(archive_detail::Destination{file.path}, rootName, doctype, engine) {}
+    ObjectWriter(InString text, std::string_view rootName, const DocumentType& doctype = {},
+                 Engine engine = Engine::Stream)
+        : ObjectWriter(archive_detail::Destination{{}, &text.utf8}, rootName, doctype, engine) {}
+    ObjectWriter(InFile file, std::string_view rootName, Engine engine)
+        : ObjectWriter(file, rootName, {}, engine) {}
+    ObjectWriter(InString text, std::string_view rootName, Engine engine)
+        : ObjectWriter(text, rootName, {}, engine) {}
     ///@}
 
     /// Writes `object` as the next class element; false once the document has failed.
     template <class T>
     bool Write(const T& object) {
-        if (!m_writer.Status()) return false;
-        m_writer.BeginClass(archive_detail::TypeTextOf<T>(), {}, ++m_count);
-        m_archive.Members(object);
-        m_writer.End();
-        return bool(m_writer.Status());
+        archive_detail::RequireRootClass<T>();
+        return m_stream ? WriteOn(*m_stream, object) : WriteOn(*m_dom, object);
     }
 
     /// Completes the document.
-    Result Finish() { return m_writer.Finish(); }
+    Result Finish() { return m_stream ? m_stream->writer.Finish() : m_dom->writer.Finish(); }
 
 private:
-    archive_detail::StreamDocumentWriter m_writer;
-    BasicOutputArchive<archive_detail::StreamDocumentWriter> m_archive;
+    ObjectWriter(archive_detail::Destination destination, std::string_view rootName,
+                 const DocumentType& doctype, Engine engine) {
+        if (engine == Engine::Stream)
+            m_stream =
+                std::make_unique<decltype(m_stream)::element_type>(destination, rootName, doctype);
+        else
+            m_dom = std::make_unique<decltype(m_dom)::element_type>(destination, rootName, doctype);
+    }
+
+    template <class On, class T>
+    bool WriteOn(On& on, const T& object) {
+        if (!on.writer.Status()) return false;
+        archive_detail::Archived<T>::Save(on.archive, {}, ++m_count, object);
+        return bool(on.writer.Status());
+    }
+
+    std::unique_ptr<archive_detail::WriterOn<archive_detail::StreamDocumentWriter>> m_stream;
+    std::unique_ptr<archive_detail::WriterOn<archive_detail::DocumentWriter>> m_dom;
     std::size_t m_count = 0;
 };
 
 /// @ingroup archive
 /// Reads the objects of a document written by ObjectWriter (or any document whose root holds
-/// class elements) one at a time, on the stream engine. Elements of other names are skipped.
+/// class elements) one at a time; elements of other names are skipped. On the stream engine (the
+/// default) in the memory of one object; on the DOM engine the document is parsed first.
 class ObjectReader {
 public:
     /// Starts reading a document whose root element must be `rootName`.
     ///@{
-    ObjectReader(FromFile file, std::string_view rootName) : m_archive(m_reader) {
-        m_reader.LoadFile(file.path, rootName);
+    ObjectReader(FromFile file, std::string_view rootName, Engine engine = Engine::Stream) {
+        Start(engine, [&](auto& reader) { reader.LoadFile(file.path, rootName); });
     }
-    ObjectReader(FromString text, std::string_view rootName) : m_archive(m_reader) {
-        m_reader.LoadString(text.utf8, rootName);
+    ObjectReader(FromString text, std::string_view rootName, Engine engine = Engine::Stream) {
+        Start(engine, [&](auto& reader) { reader.LoadString(text.utf8, rootName); });
     }
     ///@}
 
@@ -94,26 +136,48 @@ public:
     /// when it fails (Finish says where and why; `object` is then left as it was).
     template <class T>
     bool Read(T& object) {
-        if (m_reader.Failed() || !m_reader.NextObject(archive_detail::TypeTextOf<T>(), ++m_count))
-            return false;
-        T loaded{};
-        m_archive.Members(loaded);
-        m_reader.Leave();
-        if (m_reader.Failed()) return false;
-        object = std::move(loaded);
-        return true;
+        archive_detail::RequireRootClass<T>();
+        return m_stream ? ReadOn(*m_stream, object) : ReadOn(*m_dom, object);
     }
 
     /// Reads the rest of the document: the load is accepted only when all of it is
     /// well-formed and valid.
-    Result Finish() {
-        m_reader.Finish();
-        return m_reader.TakeResult();
-    }
+    Result Finish() { return m_stream ? FinishOn(*m_stream) : FinishOn(*m_dom); }
 
 private:
-    archive_detail::StreamDocumentReader m_reader;
-    BasicInputArchive<archive_detail::StreamDocumentReader> m_archive;
+    template <class Load>
+    void Start(Engine engine, Load load) {
+        if (engine == Engine::Stream) {
+            m_stream = std::make_unique<decltype(m_stream)::element_type>();
+            load(m_stream->reader);
+        } else {
+            m_dom = std::make_unique<decltype(m_dom)::element_type>();
+            load(m_dom->reader);
+        }
+    }
+
+    template <class On, class T>
+    bool ReadOn(On& on, T& object) {
+        auto& reader = on.reader;
+        if (reader.Failed() ||
+            !reader.NextObject(archive_detail::Archived<T>::TypeText(), ++m_count))
+            return false;
+        T loaded{};
+        archive_detail::LoadMembers(on.archive, loaded);
+        reader.Leave();
+        if (reader.Failed()) return false;
+        object = std::move(loaded);
+        return true;
+    }
+
+    template <class On>
+    static Result FinishOn(On& on) {
+        on.reader.Finish();
+        return on.reader.TakeResult();
+    }
+
+    std::unique_ptr<archive_detail::ReaderOn<archive_detail::StreamDocumentReader>> m_stream;
+    std::unique_ptr<archive_detail::ReaderOn<archive_detail::DocumentReader>> m_dom;
     std::size_t m_count = 0;
 };
 

@@ -10,11 +10,14 @@
 namespace classxml::archive_detail {
 namespace {
 
-using Wide = CBasicString<WideChar>;
 using Event = StreamReader::Event;
+using View = CBasicStringView<WideChar>;
+
+constexpr View kVarName = WIDE("varname");
+constexpr View kKeyType = WIDE("keytype");
 
 // Names and type texts are nearly always ASCII, compared here without a conversion.
-bool SameText(CBasicStringView<WideChar> wide, std::string_view utf8) {
+bool SameText(View wide, std::string_view utf8) {
     const std::size_t shorter = std::min(wide.size(), utf8.size());
     std::size_t i = 0;
     while (i < shorter && static_cast<unsigned char>(utf8[i]) < 0x80 &&
@@ -40,9 +43,7 @@ bool StreamDocumentReader::LoadFile(std::string_view path, std::string_view root
 }
 
 bool StreamDocumentReader::LoadString(std::string_view utf8, std::string_view rootName) {
-    const bool opened = m_reader->OpenString(
-        CBasicStringView<char8_t>(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
-    return Started(opened, rootName);
+    return Started(m_reader->OpenString(utf8), rootName);
 }
 
 bool StreamDocumentReader::Started(bool opened, std::string_view rootName) {
@@ -61,16 +62,27 @@ bool StreamDocumentReader::Stopped() {
     return Fail("a well-formed, valid document", "one that is not");
 }
 
+// Enters the live child the reader stands on.
 void StreamDocumentReader::Enter(std::string_view name, std::size_t index) {
     if (m_open == m_frames.size()) m_frames.emplace_back();
     Frame& frame = m_frames[m_open++];
-    frame.name = m_reader->Name();
-    frame.index = index;
-    frame.ended = false;
+    frame = Frame{m_reader->Name(), index, true, false, 0, 0, m_held.size()};
     m_pending = false;
     m_onStartTag = true;
     if (index)
         m_path.Enter(frame.name, index); // an item is named by its element
+    else
+        m_path.Enter(name);
+}
+
+// Enters an element held before.
+void StreamDocumentReader::Replay(std::size_t held, std::string_view name, std::size_t index) {
+    if (m_open == m_frames.size()) m_frames.emplace_back();
+    Frame& frame = m_frames[m_open++];
+    m_held[held].taken = true;
+    frame = Frame{m_held[held].name, index, false, true, held, held, 0};
+    if (index)
+        m_path.Enter(frame.name, index);
     else
         m_path.Enter(name);
 }
@@ -81,14 +93,16 @@ StreamReader::Event StreamDocumentReader::Advance() {
     return m_reader->Next();
 }
 
-// An attribute of the element just entered. Attributes stay in the reader only while it stands
-// on their start tag, and the archive asks for them before it reads on.
-std::optional<CBasicStringView<WideChar>>
-StreamDocumentReader::Attribute(CBasicStringView<WideChar> name) const {
-    return m_onStartTag ? m_reader->Attribute(name) : std::nullopt;
+// An attribute of an open element. A live element's attributes stay in the reader only while
+// it stands on their start tag, and the archive asks for them before it reads on.
+std::optional<View> StreamDocumentReader::AttributeOf(const Frame& frame, View name) const {
+    if (frame.live) return m_onStartTag ? m_reader->Attribute(name) : std::nullopt;
+    for (const auto& [attribute, value] : m_held[frame.held].attributes)
+        if (attribute == name) return View(value);
+    return std::nullopt;
 }
 
-// Steps onto the next child element of the innermost open element; false at its end.
+// Steps onto the next child element of the innermost open element, a live one; false at its end.
 bool StreamDocumentReader::NextChild() {
     if (Failed()) return false;
     if (m_pending) return true;
@@ -113,37 +127,110 @@ bool StreamDocumentReader::SkipChild() {
     return m_reader->Skip() || Stopped();
 }
 
-bool StreamDocumentReader::Matches(std::string_view elementName,
-                                   std::string_view variableName) const {
-    if (!SameText(m_reader->Name(), elementName)) return false;
-    const auto variable = m_reader->Attribute(WIDE("varname"));
+// Holds the child the reader stands on, with all it holds, for a later ask.
+bool StreamDocumentReader::Hold() {
+    std::vector<std::size_t> open; // the held elements not yet ended
+    const auto start = [&] {
+        Held& held = m_held.emplace_back();
+        held.name = m_reader->Name();
+        for (std::size_t i = 0; i < m_reader->AttributeCount(); ++i)
+            held.attributes.emplace_back(m_reader->AttributeName(i), m_reader->AttributeValue(i));
+        m_heldBytes += sizeof(Held) + 2 * held.name.size();
+        for (const auto& [name, value] : held.attributes)
+            m_heldBytes += 2 * (name.size() + value.size());
+        open.push_back(m_held.size() - 1);
+    };
+    m_pending = false;
+    start();
+    while (!open.empty()) {
+        if (m_heldBytes > kMostHeld)
+            return Fail("members within " + std::to_string(kMostHeld >> 20) +
+                            " MiB of elements passed over to find them",
+                        "more before them");
+        switch (Advance()) {
+        case Event::StartElement:
+            start();
+            break;
+        case Event::Text:
+            m_held[open.back()].text += m_reader->Text();
+            m_heldBytes += 2 * m_reader->Text().size();
+            break;
+        case Event::EndElement:
+            m_held[open.back()].end = m_held.size();
+            open.pop_back();
+            break;
+        default:
+            return Stopped();
+        }
+    }
+    return true;
+}
+
+bool StreamDocumentReader::Matches(View name, std::optional<View> variable,
+                                   std::string_view elementName, std::string_view variableName,
+                                   bool byVariable) const {
+    if (!SameText(name, elementName)) return false;
+    if (!byVariable) return true;
     return variable ? SameText(*variable, variableName) : variableName.empty();
 }
 
+// The child of the innermost open element that is the member asked for: among what it holds,
+// or further on in the document, holding what stands before it.
+StreamDocumentReader::Found StreamDocumentReader::Find(std::string_view elementName,
+                                                       std::string_view variableName,
+                                                       bool byVariable) {
+    if (Failed()) return {};
+    const Frame& top = m_frames[m_open - 1];
+    const std::size_t first = top.live ? top.aside : top.held + 1;
+    const std::size_t end = top.live ? m_held.size() : m_held[top.held].end;
+    for (std::size_t i = first; i < end; i = m_held[i].end) {
+        const Held& held = m_held[i];
+        std::optional<View> variable;
+        for (const auto& [attribute, value] : held.attributes)
+            if (attribute == kVarName) variable = value;
+        if (!held.taken && Matches(held.name, variable, elementName, variableName, byVariable))
+            return {Found::Where::Held, i};
+    }
+    if (!top.live) return {};
+    while (NextChild()) {
+        if (Matches(m_reader->Name(), m_reader->Attribute(kVarName), elementName, variableName,
+                    byVariable))
+            return {Found::Where::Next, 0};
+        if (!Hold()) return {};
+    }
+    return {};
+}
+
+bool StreamDocumentReader::EnterFound(const Found& found, std::string_view name) {
+    if (found.where == Found::Where::Held)
+        Replay(found.held, name, 0);
+    else
+        Enter(name, 0);
+    return true;
+}
+
 bool StreamDocumentReader::HasMember(std::string_view name) {
-    return NextChild() && SameText(m_reader->Name(), name);
+    return Find(name, {}, false).where != Found::Where::Nowhere;
 }
 
 bool StreamDocumentReader::HasClassMember(std::string_view elementName,
                                           std::string_view variableName) {
-    return NextChild() && Matches(elementName, variableName);
+    return Find(elementName, variableName, true).where != Found::Where::Nowhere;
 }
 
 bool StreamDocumentReader::EnterMember(std::string_view name) {
-    while (NextChild()) {
-        if (SameText(m_reader->Name(), name)) return Enter(name, 0), true;
-        if (!SkipChild()) return false;
-    }
-    return !Failed() && Fail("a member", "none", name);
+    const Found found = Find(name, {}, false);
+    if (found.where == Found::Where::Nowhere) return !Failed() && Fail("a member", "none", name);
+    return EnterFound(found, name);
 }
 
 bool StreamDocumentReader::EnterClassMember(std::string_view elementName,
                                             std::string_view variableName) {
-    while (NextChild()) {
-        if (Matches(elementName, variableName)) return Enter(variableName, 0), true;
-        if (!SkipChild()) return false;
-    }
-    return !Failed() && Fail("a class element " + std::string(elementName), "none", variableName);
+    const Found found = Find(elementName, variableName, true);
+    if (found.where == Found::Where::Nowhere)
+        return !Failed() &&
+               Fail("a class element " + std::string(elementName), "none", variableName);
+    return EnterFound(found, variableName);
 }
 
 bool StreamDocumentReader::NextObject(std::string_view elementName, std::size_t index) {
@@ -154,26 +241,56 @@ bool StreamDocumentReader::NextObject(std::string_view elementName, std::size_t 
     return false;
 }
 
+// Items stand in document order: the next child, live or held.
 bool StreamDocumentReader::FirstItem() {
-    if (!NextChild()) return false;
-    Enter({}, 1);
+    if (Failed()) return false;
+    Frame& top = m_frames[m_open - 1];
+    if (top.live) {
+        if (!NextChild()) return false;
+        Enter({}, 1);
+        return true;
+    }
+    const std::size_t first = top.held + 1;
+    if (first >= m_held[top.held].end) return false;
+    top.cursor = first;
+    Replay(first, {}, 1);
     return true;
 }
 
 bool StreamDocumentReader::NextItem() {
+    if (Failed()) return false;
     const std::size_t index = m_frames[m_open - 1].index + 1;
     Leave();
-    if (!NextChild()) return false;
-    Enter({}, index);
+    Frame& top = m_frames[m_open - 1];
+    if (top.live) {
+        if (!NextChild()) return false;
+        Enter({}, index);
+        return true;
+    }
+    const std::size_t next = m_held[top.cursor].end;
+    if (next >= m_held[top.held].end) return false;
+    top.cursor = next;
+    Replay(next, {}, index);
     return true;
 }
 
-// Reads on to the end of the innermost open element, past what the archive did not ask for.
+// A live element is read on to its end, past what the archive did not ask for, and what it
+// held goes.
 void StreamDocumentReader::Leave() {
     if (m_open == 0) return;
-    while (NextChild())
-        SkipChild();
-    m_pending = false;
+    const Frame& top = m_frames[m_open - 1];
+    if (top.live) {
+        while (NextChild())
+            SkipChild();
+        m_pending = false;
+        for (std::size_t i = top.aside; i < m_held.size(); ++i) {
+            const Held& held = m_held[i];
+            m_heldBytes -= sizeof(Held) + 2 * (held.name.size() + held.text.size());
+            for (const auto& [name, value] : held.attributes)
+                m_heldBytes -= 2 * (name.size() + value.size());
+        }
+        m_held.resize(top.aside);
+    }
     --m_open;
     m_path.Leave();
 }
@@ -185,15 +302,24 @@ bool StreamDocumentReader::IsClass(std::string_view elementName) {
     return Fail("class element " + std::string(elementName), "element " + Utf8Of(top.name));
 }
 
+std::string StreamDocumentReader::ElementName() {
+    return Failed() ? std::string() : Utf8Of(m_frames[m_open - 1].name);
+}
+
+std::optional<std::string> StreamDocumentReader::Attribute(std::string_view name) {
+    if (Failed()) return std::nullopt;
+    const auto value = AttributeOf(m_frames[m_open - 1], WideText(name).view());
+    return value ? std::optional<std::string>(Utf8Of(*value)) : std::nullopt;
+}
+
 bool StreamDocumentReader::IsContainer(std::string_view kind, std::string_view itemType,
                                        std::string_view valueType) {
     if (Failed()) return false;
+    const Frame& top = m_frames[m_open - 1];
     const bool map = kind == "map";
-    const auto text = [&](CBasicStringView<WideChar> name) {
-        return Attribute(name).value_or(CBasicStringView<WideChar>());
-    };
-    const auto foundKind = text(WIDE("keytype")), foundItem = text(WIDE("varkeytype")),
-               foundValue = map ? text(WIDE("vartype")) : CBasicStringView<WideChar>();
+    const auto text = [&](View name) { return AttributeOf(top, name).value_or(View()); };
+    const View foundKind = text(kKeyType), foundItem = text(WIDE("varkeytype")),
+               foundValue = map ? text(WIDE("vartype")) : View();
     if (SameText(foundKind, kind) && SameText(foundItem, itemType) &&
         (!map || SameText(foundValue, valueType)))
         return true;
@@ -204,15 +330,21 @@ bool StreamDocumentReader::IsContainer(std::string_view kind, std::string_view i
                 describe(Utf8Of(foundKind), Utf8Of(foundItem), Utf8Of(foundValue)));
 }
 
-// The text of the innermost open element, read to its end tag, once its keytype (when it has
-// one) is `type`. Like the handle's content, it is the element's own character data.
+// The text of the innermost open element, once its keytype (when it has one) is `type`. Like
+// the handle's content, it is the element's own character data; a live element is read to its
+// end tag.
 bool StreamDocumentReader::TextOf(std::string_view type, TextPieces& pieces) {
     if (Failed()) return false;
-    if (const auto keyType = Attribute(WIDE("keytype")); keyType && !SameText(*keyType, type))
+    Frame& top = m_frames[m_open - 1];
+    if (const auto keyType = AttributeOf(top, kKeyType); keyType && !SameText(*keyType, type))
         return Fail(std::string(type), "keytype " + Utf8Of(*keyType));
+    if (!top.live) {
+        pieces.Take(m_held[top.held].text);
+        return true;
+    }
     if (!m_onStartTag || !m_reader->ReadText(pieces)) return Stopped();
     m_onStartTag = false;
-    m_frames[m_open - 1].ended = true;
+    top.ended = true;
     return true;
 }
 

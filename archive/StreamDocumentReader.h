@@ -1,14 +1,17 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "BasicString.h"
 #include "DatabaseTypes.h"
+#include "archive/Archived.h"
 #include "archive/ValueReader.h"
 #include "platform/Export.h"
 #include "stream/StreamReader.h"
@@ -16,12 +19,19 @@
 namespace classxml::archive_detail {
 
 // The archive's reader on the stream engine: the same calls as DocumentReader, answered as the
-// document streams past. Members are matched in document order: looking for a member skips the
-// elements before it; an optional member is present only when it is the next element. Values
-// are converted strictly, as DocumentReader converts them. A load is accepted only once the
-// rest of the document has been read and found well-formed and valid (Finish).
+// document streams past, and the same answers. Members are found by name in any order: a
+// member that is not the next element is looked for further on, and the elements passed on the
+// way are held until their class element ends, in case they are asked for (up to 64 MiB of
+// them). So a document whose members stand in serialize order, as the archive writes them,
+// holds nothing. Values are converted strictly, as DocumentReader converts them. A load is
+// accepted only once the rest of the document has been read and found well-formed and valid
+// (Finish).
 class CLASSXML_API StreamDocumentReader : public ValueReader {
 public:
+    static constexpr Engine kEngine = Engine::Stream;
+    // How much of the elements passed over while looking for members may be held.
+    static constexpr std::size_t kMostHeld = std::size_t(64) << 20;
+
     StreamDocumentReader();
     ~StreamDocumentReader() override;
     StreamDocumentReader(const StreamDocumentReader&) = delete;
@@ -43,6 +53,8 @@ public:
     bool IsContainer(std::string_view kind, std::string_view itemType,
                      std::string_view valueType = {});
     bool IsClass(std::string_view elementName);
+    std::string ElementName();
+    std::optional<std::string> Attribute(std::string_view name);
 
     // Reads the rest of the document; a document that turns out malformed or invalid fails
     // the load.
@@ -53,20 +65,47 @@ public:
     bool NextObject(std::string_view elementName, std::size_t index);
 
 private:
-    // An open element.
+    using Wide = CBasicString<WideChar>;
+    using View = CBasicStringView<WideChar>;
+
+    // An element held for later, with its attributes and its own text; its descendants follow
+    // it, up to `end`.
+    struct Held {
+        Wide name;
+        std::vector<std::pair<Wide, Wide>> attributes;
+        Wide text;
+        std::size_t end = 0;
+        bool taken = false; // entered already
+    };
+
+    // An open element: read live from the document, or replayed from what was held.
     struct Frame {
-        CBasicStringView<WideChar> name; // in the document's element declaration
-        std::size_t index = 0;           // an item's place in its container, from 1
-        bool ended = false;              // its end tag has been read
+        View name;
+        std::size_t index = 0; // an item's place in its container, from 1
+        bool live = true;
+        bool ended = false;     // live: its end tag has been read
+        std::size_t held = 0;   // replayed: its place in m_held
+        std::size_t cursor = 0; // replayed: its child last stepped onto, for items
+        std::size_t aside = 0;  // live: where the children it passed over begin in m_held
+    };
+    // What looking for a member found.
+    struct Found {
+        enum class Where { Nowhere, Held, Next } where = Where::Nowhere;
+        std::size_t held = 0;
     };
 
     bool Started(bool opened, std::string_view rootName);
     StreamReader::Event Advance();
     bool NextChild();
     bool SkipChild();
-    std::optional<CBasicStringView<WideChar>> Attribute(CBasicStringView<WideChar> name) const;
-    bool Matches(std::string_view elementName, std::string_view variableName) const;
+    bool Hold();
+    Found Find(std::string_view elementName, std::string_view variableName, bool byVariable);
+    bool EnterFound(const Found& found, std::string_view name);
+    bool Matches(View name, std::optional<View> variable, std::string_view elementName,
+                 std::string_view variableName, bool byVariable) const;
+    std::optional<View> AttributeOf(const Frame& frame, View name) const;
     void Enter(std::string_view name, std::size_t index);
+    void Replay(std::size_t held, std::string_view name, std::size_t index);
     bool Stopped();
     bool TextOf(std::string_view type, TextPieces& pieces) override;
 
@@ -75,7 +114,9 @@ private:
     std::size_t m_open = 0;      // how many of m_frames are open
     bool m_pending = false;      // the reader stands on the start tag of a child not entered
     bool m_onStartTag = false;   // the reader stands on the start tag of the innermost element
-    std::string m_rootName;      // the path's first step
+    std::deque<Held> m_held;     // elements passed over, for their class elements' later asks
+    std::size_t m_heldBytes = 0;
+    std::string m_rootName; // the path's first step
 };
 
 } // namespace classxml::archive_detail

@@ -47,12 +47,20 @@ void StreamDocumentWriter::Opened(bool opened, std::string_view name, std::size_
 }
 
 void StreamDocumentWriter::BeginClass(std::string_view elementName, std::string_view variableName,
-                                      std::size_t index) {
+                                      std::size_t index, Attribute attribute) {
     const std::string_view name = variableName.empty() ? elementName : variableName;
     if (!m_result) return m_path.Enter(name, index); // keeps Begin and End paired
     const WideText element(elementName), variable(variableName);
     if (!NameAllowed(elementName, element)) return m_path.Enter(name, index);
-    Opened(m_out->BeginClass(element.view(), variable.view()), name, index);
+    if (attribute.first.empty())
+        return Opened(m_out->BeginClass(element.view(), variable.view()), name, index);
+    const WideText attributeName(attribute.first), attributeValue(attribute.second);
+    Opened(
+        variableName.empty()
+            ? m_out->BeginElement(element.view(), {{attributeName.view(), attributeValue.view()}})
+            : m_out->BeginElement(element.view(), {{WIDE("varname"), variable.view()},
+                                                   {attributeName.view(), attributeValue.view()}}),
+        name, index);
 }
 
 void StreamDocumentWriter::BeginSequence(std::string_view name, std::string_view kind,

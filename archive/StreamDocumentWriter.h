@@ -24,6 +24,8 @@ class WideText;
 // was.
 class CLASSXML_API StreamDocumentWriter : public ValueWriter {
 public:
+    static constexpr Engine kEngine = Engine::Stream;
+
     StreamDocumentWriter(Destination destination, std::string_view rootName,
                          const DocumentType& doctype);
     ~StreamDocumentWriter() override;
@@ -31,7 +33,7 @@ public:
     StreamDocumentWriter& operator=(const StreamDocumentWriter&) = delete;
 
     void BeginClass(std::string_view elementName, std::string_view variableName,
-                    std::size_t index = 0);
+                    std::size_t index = 0, Attribute attribute = {});
     void BeginSequence(std::string_view name, std::string_view kind, std::string_view itemType,
                        std::size_t index = 0);
     void BeginMap(std::string_view name, std::string_view keyType, std::string_view valueType,

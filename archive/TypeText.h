@@ -107,5 +107,14 @@ std::string_view TypeTextOf() {
     }
 }
 
+// The type text of a family's type: the trait's when given, otherwise the family's own.
+template <class T>
+std::string_view TypeTextOr(std::string_view own) {
+    if constexpr (HasTypeText<T>)
+        return TypeText<T>::value;
+    else
+        return own;
+}
+
 } // namespace archive_detail
 } // namespace classxml

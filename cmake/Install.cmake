@@ -14,9 +14,11 @@ set(CLASSXML_PUBLIC_HEADER_FOLDERS
     "platform:Export.h FileIO.h LocalizationManager.h LoggingFile.h LoggingSourcePos.h"
     "basicio:BasicFileException.h VFile.h"
     "xmlio:Diagnostics.h XMLIO.h XercesForward.h XercesIO.h XercesStringHandler.h"
-    "XMLClassReaderWriter:AttributeMap.h XMLClassReaderWriter.h"
-    "archive:Archive.h DocumentReader.h DocumentWriter.h MemberPath.h Objects.h Result.h"
-    "archive:StreamDocumentReader.h StreamDocumentWriter.h TypeText.h ValueReader.h ValueWriter.h"
+    "XMLClassReaderWriter:AttributeMap.h ValueText.h XMLClassReaderWriter.h"
+    "archive:Archive.h Archived.h Bitset.h Chrono.h Containers.h DocumentReader.h DocumentWriter.h"
+    "archive:MemberPath.h Objects.h Path.h Pointers.h Polymorphic.h Registration.h Result.h"
+    "archive:StreamDocumentReader.h StreamDocumentWriter.h TupleLike.h TypeText.h ValueReader.h"
+    "archive:ValueWriter.h Values.h Variant.h"
     "stream:StreamReader.h StreamWriter.h")
 install(FILES ${CLASSXML_PUBLIC_HEADERS} DESTINATION ${CLASSXML_INCLUDE_DIR})
 foreach(entry IN LISTS CLASSXML_PUBLIC_HEADER_FOLDERS)

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <optional>
+#include <span>
 #include <type_traits>
 #include <vector>
 
@@ -37,6 +38,8 @@ struct Attribute {
     View name;
     View value;
 };
+// An element has at most this many: the format's four and the archive's own.
+constexpr std::size_t kMostAttributes = 8;
 
 } // namespace
 
@@ -91,15 +94,17 @@ public:
             out.Append(WIDE("\">"));
         }
         m_state = State::Writing;
-        Open(root, {});
+        Open(root, std::initializer_list<Attribute>());
         return true;
     }
 
-    // A start tag, left open for the element's content or its end.
-    bool Begin(View name, std::initializer_list<Attribute> attributes) {
-        if (!CanAdd(name)) return false;
+    // A start tag, left open for the element's content or its end; the attributes come in the
+    // DOM's order, by name.
+    template <class Attributes = std::initializer_list<Attribute>>
+    bool Begin(View name, const Attributes& attributes) {
+        if (!CanAdd(name) || attributes.size() > kMostAttributes) return false;
         for (const Attribute& attribute : attributes)
-            if (!IsXmlText(attribute.value)) return false;
+            if (!IsName(attribute.name) || !IsXmlText(attribute.value)) return false;
         Open(name, attributes);
         return true;
     }
@@ -121,6 +126,19 @@ public:
         if (!m_typeCheck) return Begin(name, {});
         return Begin(name,
                      {{kKeyType, WIDE("map")}, {kVarKeyType, keyType}, {kVarType, valueType}});
+    }
+
+    bool Element(View name, std::initializer_list<std::pair<View, View>> attributes) {
+        if (attributes.size() > kMostAttributes) return false;
+        Attribute sorted[kMostAttributes]; // by name, as the DOM keeps them
+        std::size_t count = 0;
+        for (const auto& [attribute, value] : attributes) {
+            std::size_t at = count++;
+            for (; at > 0 && attribute < sorted[at - 1].name; --at)
+                sorted[at] = sorted[at - 1];
+            sorted[at] = {attribute, value};
+        }
+        return Begin(name, std::span<const Attribute>(sorted, count));
     }
 
     bool End() {
@@ -227,7 +245,8 @@ private:
         out.Append(WideChar('"'));
     }
 
-    void Open(View name, std::initializer_list<Attribute> attributes) {
+    template <class Attributes>
+    void Open(View name, const Attributes& attributes) {
         CloseStartTag();
         m_markup->Append(WideChar('<'));
         m_markup->Append(name);
@@ -321,6 +340,11 @@ bool StreamWriter::BeginVector(View name, View itemType) {
 
 bool StreamWriter::BeginMap(View name, View keyType, View valueType) {
     return m_impl->Guarded([&] { return m_impl->Map(name, keyType, valueType); });
+}
+
+bool StreamWriter::BeginElement(View name,
+                                std::initializer_list<std::pair<View, View>> attributes) {
+    return m_impl->Guarded([&] { return m_impl->Element(name, attributes); });
 }
 
 bool StreamWriter::End() {

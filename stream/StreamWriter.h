@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
+#include <utility>
 
 #include "BasicString.h"
 #include "DatabaseTypes.h"
@@ -71,6 +73,10 @@ public:
     /// A map element: keytype "map", varkeytype and vartype; keys and values go into it until
     /// End.
     bool BeginMap(View name, View keyType, View valueType);
+    /// An element with these attributes, written as the DOM keeps them (sorted by name), as
+    /// the handle's CreateClass and AddAttributeValue make one; elements go into it until End.
+    /// The archive writes its pointers and variants so.
+    bool BeginElement(View name, std::initializer_list<std::pair<View, View>> attributes);
     /// Closes the element last begun.
     bool End();
 

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+#include <typeinfo>
+
+#include "archive/Archive.h"
+#include "archive/Polymorphic.h"
+
+/// @ingroup archive
+/// Registers a class whose objects a pointer to one of its bases may hold, by its type text, so
+/// that such a pointer saves and loads it as itself: `CLASSXML_REGISTER_TYPE(Circle)` at
+/// namespace scope, once per class, in any module of the program.
+#define CLASSXML_REGISTER_TYPE(T)                                                                  \
+    namespace {                                                                                    \
+    [[maybe_unused]] const bool                                                                    \
+        CLASSXML_REGISTERED(__COUNTER__) = ::classxml::archive_detail::Register<T>();              \
+    }
+/// @cond INTERNAL
+#define CLASSXML_REGISTERED(counter) CLASSXML_REGISTERED_NAME(counter)
+#define CLASSXML_REGISTERED_NAME(counter) classxml_registered_##counter
+/// @endcond
+
+namespace classxml::archive_detail {
+
+template <class T>
+bool Register() {
+    using Dom = BasicOutputArchive<DocumentWriter>;
+    using Stream = BasicOutputArchive<StreamDocumentWriter>;
+    using DomIn = BasicInputArchive<DocumentReader>;
+    using StreamIn = BasicInputArchive<StreamDocumentReader>;
+    static_assert(Archived<T>::shape == Shape::Class, "only classes are registered");
+    PolymorphicType type;
+    type.typeText = std::string(Archived<T>::TypeText());
+    type.typeName = typeid(T).name();
+    type.create = []() -> void* { return new T(); };
+    type.destroy = [](void* object) { delete static_cast<T*>(object); };
+    type.throwPointer = [](void* object) { throw static_cast<T*>(object); };
+    type.save[int(Engine::Dom)] = [](void* archive, const void* object) {
+        Archived<T>::Save(*static_cast<Dom*>(archive), {}, 1, *static_cast<const T*>(object));
+    };
+    type.save[int(Engine::Stream)] = [](void* archive, const void* object) {
+        Archived<T>::Save(*static_cast<Stream*>(archive), {}, 1, *static_cast<const T*>(object));
+    };
+    type.load[int(Engine::Dom)] = [](void* archive, void* object) {
+        Archived<T>::Load(*static_cast<DomIn*>(archive), *static_cast<T*>(object));
+    };
+    type.load[int(Engine::Stream)] = [](void* archive, void* object) {
+        Archived<T>::Load(*static_cast<StreamIn*>(archive), *static_cast<T*>(object));
+    };
+    RegisterPolymorphicType(type);
+    return true;
+}
+
+} // namespace classxml::archive_detail
