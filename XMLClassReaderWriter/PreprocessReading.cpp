@@ -206,7 +206,8 @@ bool CXMLClassReaderWriter::PreprocessReading(const View& given, const Localizat
                                               const boost::shared_ptr<CLoggingFile>& logging) {
     namespace platform = classxml::platform;
     try {
-        const CBasicString<WideChar> path = platform::InspectWriteTarget(CBasicString(given)).path;
+        const CBasicString<WideChar> path =
+            platform::InspectWriteTarget(CBasicString<WideChar>(given)).path;
         CVFile input;
         input.Open(path, CVFile::kReadExisting);
         const auto find = [&](View text, std::int64_t start) {

@@ -55,6 +55,8 @@ namespace classxml {
 /// A member and the name it is stored under; made by CLASSXML_NVP.
 template <class T>
 struct NameValue {
+    /// `value` under `name`.
+    NameValue(std::string_view name, T& value) : name(name), value(value) {}
     std::string_view name; ///< the element's name
     T& value;              ///< the member
 };

@@ -99,7 +99,10 @@ struct ArchivedPointer {
             const auto deleter = made.whole.get_deleter();
             const std::shared_ptr<void> whole(made.whole.release(), deleter);
             pointer = std::shared_ptr<T>(whole, made.object);
-            if (id && !ar.Shared().byId.try_emplace(*id, whole, made.type, &typeid(T)).second)
+            if (id &&
+                !ar.Shared()
+                     .byId.try_emplace(*id, LoadedObjects::Object{whole, made.type, &typeid(T)})
+                     .second)
                 return (void)reader.Fail("a varid of its own", "a repeated one");
         } else {
             made.whole.release();
