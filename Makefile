@@ -3,9 +3,10 @@
 SHELL := /bin/bash
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-# Debian packages the build, the tests and the benchmarks need.
+# Debian packages the build, the tests and the benchmarks need (xmllint, from libxml2-utils,
+# checks the archive's DTDs as an independent validator).
 PACKAGES := cmake ninja-build g++ pkg-config libxerces-c-dev libboost-dev libtbb-dev \
-            googletest libgtest-dev libgmock-dev libbenchmark-dev
+            googletest libgtest-dev libgmock-dev libbenchmark-dev libxml2-utils
 # Only the targets that need them install these.
 MEMCHECK_PACKAGES := valgrind
 FUZZ_PACKAGES := clang libclang-rt-14-dev

@@ -33,6 +33,7 @@
 #include "archive/Containers.h"
 #include "archive/DocumentReader.h"
 #include "archive/DocumentWriter.h"
+#include "archive/LoadOptions.h"
 #include "archive/Path.h"
 #include "archive/Pointers.h"
 #include "archive/Result.h"
@@ -92,16 +93,6 @@ template <class T>
 struct IsOptional : std::false_type {};
 template <class T>
 struct IsOptional<std::optional<T>> : std::true_type {};
-template <class T>
-struct IsNameValue : std::false_type {};
-template <class T>
-struct IsNameValue<NameValue<T>> : std::true_type {};
-template <class T>
-struct IsBaseClass : std::false_type {};
-template <class T>
-struct IsBaseClass<BaseClass<T>> : std::true_type {};
-template <class T>
-concept Part = IsNameValue<T>::value || IsBaseClass<T>::value;
 
 // The root of a document is a class element: a class with serialize, or save and load.
 template <class T>
@@ -326,24 +317,40 @@ Result SaveToString(std::string& xml, const T& object, Engine engine) {
 ///@}
 
 /// @ingroup archive
-/// Loads `object` from a file, validated against its DTD as ReadFromFile validates.
+/// Loads `object` from a file, validated against the DTD it names as ReadFromFile validates,
+/// the DTD looked up as `options` say (by default beside the file). A file that cannot be
+/// opened is said so, with the system's reason. Nothing goes to standard error unless
+/// `options` ask for it.
+///@{
 template <class T>
-Result LoadFromFile(std::string_view path, T& object, Engine engine = Engine::Dom) {
-    return archive_detail::Load(object, engine, [&](auto& reader, std::string_view root) {
-        return reader.LoadFile(path, root);
+Result LoadFromFile(std::string_view path, T& object, const LoadOptions& options) {
+    return archive_detail::Load(object, options.engine, [&](auto& reader, std::string_view root) {
+        return reader.LoadFile(path, root, options);
     });
 }
+template <class T>
+Result LoadFromFile(std::string_view path, T& object, Engine engine = Engine::Dom) {
+    return LoadFromFile(path, object, LoadOptions{engine, {}, false});
+}
+///@}
 
 /// @ingroup archive
 /// Loads `object` from a document in a UTF-8 string.
+///@{
 template <class T>
-Result LoadFromString(std::string_view xml, T& object, Engine engine = Engine::Dom) {
-    return archive_detail::Load(object, engine, [&](auto& reader, std::string_view root) {
-        return reader.LoadString(xml, root);
+Result LoadFromString(std::string_view xml, T& object, const LoadOptions& options) {
+    return archive_detail::Load(object, options.engine, [&](auto& reader, std::string_view root) {
+        return reader.LoadString(xml, root, options);
     });
 }
+template <class T>
+Result LoadFromString(std::string_view xml, T& object, Engine engine = Engine::Dom) {
+    return LoadFromString(xml, object, LoadOptions{engine, {}, false});
+}
+///@}
 
 } // namespace classxml
 
+#include "archive/DtdFor.h"
 #include "archive/Objects.h"
 #include "archive/Registration.h"

@@ -31,6 +31,11 @@ namespace classxml {
 /// (members that stand out of order are held until they are asked for, up to 64 MiB).
 enum class Engine { Dom, Stream };
 
+template <class T>
+struct NameValue;
+template <class Base>
+struct BaseClass;
+
 } // namespace classxml
 
 namespace classxml::archive_detail {
@@ -44,6 +49,18 @@ enum class Shape {
 
 template <class T, class Enable = void>
 struct Archived;
+
+// What an archive is given between its parentheses: members by name, and base classes.
+template <class T>
+struct IsNameValue : std::false_type {};
+template <class T>
+struct IsNameValue<NameValue<T>> : std::true_type {};
+template <class T>
+struct IsBaseClass : std::false_type {};
+template <class T>
+struct IsBaseClass<BaseClass<T>> : std::true_type {};
+template <class T>
+concept Part = IsNameValue<T>::value || IsBaseClass<T>::value;
 
 // ---- Classes ------------------------------------------------------------------------------
 
@@ -121,6 +138,13 @@ struct Archived {
     template <class In>
     static void Load(In& ar, T& value) {
         if (ar.Reader().IsClass(TypeText())) LoadMembers(ar, value);
+    }
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view) {
+        const std::string element(TypeText());
+        if (!dtd.Declarations().Described(element))
+            dtd.Declarations().Declare(element, dtd.template MembersOf<T>(), {"varname"});
+        return element;
     }
 };
 

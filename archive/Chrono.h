@@ -71,9 +71,9 @@ CLASSXML_API bool ParseTime(std::string_view text, std::int64_t& seconds,
                             std::uint32_t& nanoseconds);
 
 template <class Duration>
-struct Archived<std::chrono::time_point<std::chrono::system_clock, Duration>> {
+struct Archived<std::chrono::time_point<std::chrono::system_clock, Duration>>
+    : ArchivedValue<std::chrono::time_point<std::chrono::system_clock, Duration>> {
     using T = std::chrono::time_point<std::chrono::system_clock, Duration>;
-    static constexpr Shape shape = Shape::Value;
     static std::string_view TypeText() { return TypeTextOr<T>("time_point"); }
 
     // The digits of a second that a tick of the duration needs: 9 for nanoseconds, 0 for

@@ -113,6 +113,13 @@ struct Archived<T> {
         if (!reader.Failed()) value = std::move(items);
     }
 
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view name) {
+        const std::string item = dtd.template Element<Item>("item");
+        dtd.Declarations().Declare(name, "(" + item + ")*", {"keytype", "varkeytype"});
+        return std::string(name);
+    }
+
 private:
     static std::string Count(const T& items) { return std::to_string(items.size()) + " items"; }
 };
@@ -150,6 +157,15 @@ struct Archived<T> {
                 return (void)reader.Fail("a key of its own", "a repeated one");
         }
         if (!reader.Failed()) value = std::move(entries);
+    }
+
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view name) {
+        const std::string key = dtd.template Element<Key>("key");
+        const std::string mapped = dtd.template Element<Mapped>("value");
+        dtd.Declarations().Declare(name, "(" + key + ", " + mapped + ")*",
+                                   {"keytype", "varkeytype", "vartype"});
+        return std::string(name);
     }
 };
 

@@ -3,6 +3,8 @@
 #include "archive/Engine.h"
 #include "archive/WideText.h"
 #include "platform/Utf.h"
+#include "xmlio/DocumentInput.h"
+#include "xmlio/ReadSettings.h"
 
 namespace classxml::archive_detail {
 namespace {
@@ -19,17 +21,25 @@ DocumentReader::DocumentReader()
 
 DocumentReader::~DocumentReader() { m_root.ReleaseDocument(); }
 
-bool DocumentReader::LoadFile(std::string_view path, std::string_view rootName) {
+bool DocumentReader::LoadFile(std::string_view path, std::string_view rootName,
+                              const LoadOptions& options) {
     m_rootName = rootName;
     m_path.Enter(m_rootName);
     const Wide file =
         platform::Utf8ToUtf16({reinterpret_cast<const char8_t*>(path.data()), path.size()});
-    return Parsed(m_root.ReadFromFile(file), rootName);
+    document_input::SetLastOpenError(0);
+    const read_settings::Scope settings(DtdDirectoryFor(path, options), !options.standardError);
+    const bool parsed = m_root.ReadFromFile(file);
+    if (!parsed && document_input::LastOpenError() != 0)
+        return Unopened(path, document_input::LastOpenError());
+    return Parsed(parsed, rootName);
 }
 
-bool DocumentReader::LoadString(std::string_view utf8, std::string_view rootName) {
+bool DocumentReader::LoadString(std::string_view utf8, std::string_view rootName,
+                                const LoadOptions& options) {
     m_rootName = rootName;
     m_path.Enter(m_rootName);
+    const read_settings::Scope settings(DtdDirectoryFor({}, options), !options.standardError);
     return Parsed(m_root.ReadFromString(CBasicStringView<char>(utf8.data(), utf8.size())),
                   rootName);
 }

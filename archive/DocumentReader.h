@@ -8,6 +8,7 @@
 
 #include "XMLClassReaderWriter/XMLClassReaderWriter.h"
 #include "archive/Archived.h"
+#include "archive/LoadOptions.h"
 #include "archive/ValueReader.h"
 
 namespace classxml::archive_detail {
@@ -27,8 +28,10 @@ public:
 
     // Parses, a file validated as ReadFromFile validates; then stands on the root element,
     // which must be named `rootName`.
-    bool LoadFile(std::string_view path, std::string_view rootName);
-    bool LoadString(std::string_view utf8, std::string_view rootName);
+    bool LoadFile(std::string_view path, std::string_view rootName,
+                  const LoadOptions& options = {});
+    bool LoadString(std::string_view utf8, std::string_view rootName,
+                    const LoadOptions& options = {});
 
     bool HasMember(std::string_view name);
     bool HasClassMember(std::string_view elementName, std::string_view variableName);

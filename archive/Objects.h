@@ -124,12 +124,17 @@ class ObjectReader {
 public:
     /// Starts reading a document whose root element must be `rootName`.
     ///@{
-    ObjectReader(FromFile file, std::string_view rootName, Engine engine = Engine::Stream) {
-        Start(engine, [&](auto& reader) { reader.LoadFile(file.path, rootName); });
+    ObjectReader(FromFile file, std::string_view rootName, const LoadOptions& options) {
+        Start(options.engine, [&](auto& reader) { reader.LoadFile(file.path, rootName, options); });
     }
-    ObjectReader(FromString text, std::string_view rootName, Engine engine = Engine::Stream) {
-        Start(engine, [&](auto& reader) { reader.LoadString(text.utf8, rootName); });
+    ObjectReader(FromString text, std::string_view rootName, const LoadOptions& options) {
+        Start(options.engine,
+              [&](auto& reader) { reader.LoadString(text.utf8, rootName, options); });
     }
+    ObjectReader(FromFile file, std::string_view rootName, Engine engine = Engine::Stream)
+        : ObjectReader(file, rootName, LoadOptions{engine, {}, false}) {}
+    ObjectReader(FromString text, std::string_view rootName, Engine engine = Engine::Stream)
+        : ObjectReader(text, rootName, LoadOptions{engine, {}, false}) {}
     ///@}
 
     /// Reads the next object of type `T` into `object`; false at the end of the document or

@@ -10,6 +10,7 @@
 #include <unordered_map>
 
 #include "archive/Archived.h"
+#include "archive/Dtd.h"
 #include "archive/Polymorphic.h"
 
 // Pointers, as the class element "pointer" holding what it points to as its one item (a class
@@ -110,6 +111,24 @@ struct ArchivedPointer {
         }
     }
 
+    // What the pointer may hold: an object of its own type, or of each registered type derived
+    // from it.
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view) {
+        const std::string element(TypeText());
+        std::vector<std::string> held;
+        if constexpr (!std::is_abstract_v<T>) held.push_back(dtd.template Element<T>("item"));
+        if constexpr (std::is_polymorphic_v<T>)
+            for (const PolymorphicType* type : PolymorphicTypes()) {
+                void* object = type->create();
+                const bool derived = BaseOf<T>(*type, object) != nullptr;
+                type->destroy(object);
+                if (derived) held.push_back(type->describe(&dtd));
+            }
+        dtd.Declarations().Declare(element, ChoiceModel(held, true), {kId, kReference, "varname"});
+        return element;
+    }
+
 private:
     // The address of the whole object a pointer points into.
     static const void* WholeObject(const T* object) {
@@ -203,6 +222,13 @@ struct Archived<std::optional<T>> {
         if (!reader.FirstItem()) return value.reset();
         ar.Here(value.emplace());
         if (reader.NextItem()) reader.Fail("one value", "more");
+    }
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view) {
+        const std::string element(TypeText());
+        dtd.Declarations().Declare(element, ChoiceModel({dtd.template Element<T>("item")}, true),
+                                   {"varname"});
+        return element;
     }
 };
 

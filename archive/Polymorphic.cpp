@@ -49,6 +49,15 @@ const PolymorphicType* PolymorphicTypeOf(const std::type_info& type) {
     return found == registry.byName.end() ? nullptr : found->second;
 }
 
+std::vector<const PolymorphicType*> PolymorphicTypes() {
+    Registry& registry = TheRegistry();
+    const std::shared_lock lock(registry.mutex);
+    std::vector<const PolymorphicType*> types;
+    for (const PolymorphicType& type : registry.types)
+        types.push_back(&type);
+    return types;
+}
+
 std::string ReadableTypeName(const std::type_info& type) {
     return platform::ReadableTypeName(type.name());
 }

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <typeinfo>
 #include <unordered_map>
+#include <vector>
 
 #include "archive/Archived.h"
 #include "platform/Export.h"
@@ -27,11 +28,14 @@ struct PolymorphicType {
     // Its class element, saved from or loaded into its complete object, on each engine.
     void (*save[2])(void* archive, const void* object);
     void (*load[2])(void* archive, void* object);
+    std::string (*describe)(void* dtd); // declares its element in a DTD; gives its name
 };
 
 CLASSXML_API void RegisterPolymorphicType(const PolymorphicType& type);
 CLASSXML_API const PolymorphicType* PolymorphicTypeNamed(std::string_view typeText);
 CLASSXML_API const PolymorphicType* PolymorphicTypeOf(const std::type_info& type);
+// Every registered type, in the order of registration.
+CLASSXML_API std::vector<const PolymorphicType*> PolymorphicTypes();
 // A type's name for people, where the compiler's own spelling is mangled.
 CLASSXML_API std::string ReadableTypeName(const std::type_info& type);
 

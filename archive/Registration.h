@@ -47,6 +47,9 @@ bool Register() {
     type.load[int(Engine::Stream)] = [](void* archive, void* object) {
         Archived<T>::Load(*static_cast<StreamIn*>(archive), *static_cast<T*>(object));
     };
+    type.describe = [](void* dtd) {
+        return Archived<T>::Describe(*static_cast<DtdArchive*>(dtd), {});
+    };
     RegisterPolymorphicType(type);
     return true;
 }

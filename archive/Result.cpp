@@ -4,7 +4,8 @@ namespace classxml {
 
 std::string Result::Message() const {
     if (ok) return {};
-    std::string message = path + ": expected " + expected + ", found " + found;
+    std::string message =
+        path + ": " + (expected.empty() ? found : "expected " + expected + ", found " + found);
     for (const Diagnostic& diagnostic : diagnostics) {
         message += "\n  " + diagnostic.source;
         if (diagnostic.line)

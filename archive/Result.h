@@ -10,8 +10,9 @@ namespace classxml {
 
 /// @ingroup archive
 /// What a save or load came to. On failure, `path` names the member from the root element
-/// (`Station/sensors/Sensor[2]/latitude`), `expected` and `found` say what was wrong there, and
-/// `diagnostics` hold the parser's or serialiser's own complaints.
+/// (`Station/sensors/Sensor[2]/latitude`), `expected` and `found` say what was wrong there
+/// (`expected` is empty where `found` says it all: "cannot open "station.xml": no such file"),
+/// and `diagnostics` hold the parser's or serialiser's own complaints.
 struct Result {
     bool ok = true;                      ///< the save or load succeeded
     std::string path;                    ///< the failing member, from the root element

@@ -6,6 +6,7 @@
 #include "archive/WideText.h"
 #include "platform/Utf.h"
 #include "stream/StreamReader.h"
+#include "xmlio/ReadSettings.h"
 
 namespace classxml::archive_detail {
 namespace {
@@ -36,13 +37,24 @@ StreamDocumentReader::StreamDocumentReader() : m_reader(std::make_unique<StreamR
 
 StreamDocumentReader::~StreamDocumentReader() = default;
 
-bool StreamDocumentReader::LoadFile(std::string_view path, std::string_view rootName) {
+// The settings are taken when the reading starts: the DTD directory and whether complaints go to
+// standard error too hold for the whole document.
+bool StreamDocumentReader::LoadFile(std::string_view path, std::string_view rootName,
+                                    const LoadOptions& options) {
+    const read_settings::Scope settings(DtdDirectoryFor(path, options), !options.standardError);
     const bool opened = m_reader->OpenFile(
         platform::Utf8ToUtf16({reinterpret_cast<const char8_t*>(path.data()), path.size()}));
+    if (m_reader->OpenError() != 0) {
+        m_rootName = rootName;
+        m_path.Enter(m_rootName);
+        return Unopened(path, m_reader->OpenError());
+    }
     return Started(opened, rootName);
 }
 
-bool StreamDocumentReader::LoadString(std::string_view utf8, std::string_view rootName) {
+bool StreamDocumentReader::LoadString(std::string_view utf8, std::string_view rootName,
+                                      const LoadOptions& options) {
+    const read_settings::Scope settings(DtdDirectoryFor({}, options), !options.standardError);
     return Started(m_reader->OpenString(utf8), rootName);
 }
 

@@ -12,6 +12,7 @@
 #include "BasicString.h"
 #include "DatabaseTypes.h"
 #include "archive/Archived.h"
+#include "archive/LoadOptions.h"
 #include "archive/ValueReader.h"
 #include "platform/Export.h"
 #include "stream/StreamReader.h"
@@ -39,8 +40,10 @@ public:
 
     // Starts reading, a file validated as ReadFromFile validates; stands on the root element,
     // which must be named `rootName` (any name when it is empty).
-    bool LoadFile(std::string_view path, std::string_view rootName);
-    bool LoadString(std::string_view utf8, std::string_view rootName);
+    bool LoadFile(std::string_view path, std::string_view rootName,
+                  const LoadOptions& options = {});
+    bool LoadString(std::string_view utf8, std::string_view rootName,
+                    const LoadOptions& options = {});
 
     bool HasMember(std::string_view name);
     bool HasClassMember(std::string_view elementName, std::string_view variableName);

@@ -4,8 +4,10 @@
 #include <string_view>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 #include "archive/Archived.h"
+#include "archive/Dtd.h"
 
 // Pairs and tuples, as class elements: a pair is "pair" with the members "first" and "second";
 // a tuple is "tuple" with one "item" per element, in order (a class element by its type).
@@ -29,6 +31,15 @@ struct Archived<std::pair<First, Second>> {
         if (!ar.Reader().IsClass(TypeText())) return;
         ar.Member("first", pair.first);
         ar.Member("second", pair.second);
+    }
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view) {
+        const std::string element(TypeText());
+        dtd.Declarations().Declare(element,
+                                   "(" + dtd.template Element<First>("first") + ", " +
+                                       dtd.template Element<Second>("second") + ")",
+                                   {"varname"});
+        return element;
     }
 };
 
@@ -58,6 +69,15 @@ struct Archived<std::tuple<Elements...>> {
         };
         std::apply([&](Elements&... elements) { (item(elements), ...); }, tuple);
         if (more) reader.Fail(Count(), "more");
+    }
+
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view) {
+        const std::string element(TypeText());
+        std::vector<Particle> items;
+        (items.push_back({dtd.template Element<Elements>("item")}), ...);
+        dtd.Declarations().Declare(element, SequenceModel(items), {"varname"});
+        return element;
     }
 
 private:

@@ -1,5 +1,6 @@
 #include "archive/ValueReader.h"
 
+#include "platform/FileIO.h"
 #include "stream/TextCollectors.h"
 
 namespace classxml::archive_detail {
@@ -50,6 +51,11 @@ bool ValueReader::Read(std::string_view type, std::string& value) {
 
 bool ValueReader::Read(std::string_view type, std::u16string& value) {
     return ReadText<stream_detail::Utf16Text<std::u16string>>(type, value);
+}
+
+bool ValueReader::Unopened(std::string_view path, int error) {
+    m_result.diagnostics = LastDiagnostics();
+    return Fail({}, "cannot open \"" + std::string(path) + "\": " + platform::ErrorText(error));
 }
 
 bool ValueReader::Fail(std::string expected, std::string found, std::string_view leaf) {

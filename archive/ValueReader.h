@@ -39,6 +39,8 @@ public:
 
     // Records a failure at the top (or at its member `leaf`): false.
     bool Fail(std::string expected, std::string found, std::string_view leaf = {});
+    // Records that the file at `path` could not be opened, for the system's reason `error`.
+    bool Unopened(std::string_view path, int error);
     bool Failed() const { return !m_result; }
     Result TakeResult() { return std::move(m_result); }
 

@@ -66,6 +66,11 @@ template <class T>
 struct ArchivedValue {
     static constexpr Shape shape = Shape::Value;
     static std::string_view TypeText() { return TypeTextOf<T>(); }
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view name) {
+        dtd.Declarations().Declare(name, "(#PCDATA)", {"keytype"});
+        return std::string(name);
+    }
 };
 
 template <Number T>

@@ -6,6 +6,7 @@
 #include <variant>
 
 #include "archive/Archived.h"
+#include "archive/Dtd.h"
 
 // A variant, as the class element "variant" whose attribute "varindex" says which alternative
 // it holds, with that alternative as its one item (none for std::monostate): it comes back
@@ -46,6 +47,22 @@ struct Archived<std::variant<Alternatives...>> {
                                          std::to_string(sizeof...(Alternatives) - 1),
                                      '"' + text + '"');
         LoadAlternative(ar, variant, alternative, std::index_sequence_for<Alternatives...>());
+    }
+
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view) {
+        const std::string element(TypeText());
+        std::vector<std::string> held;
+        bool none = false;
+        const auto alternative = [&]<class Held>(Held*) {
+            if constexpr (std::is_same_v<Held, std::monostate>)
+                none = true;
+            else
+                held.push_back(dtd.template Element<Held>("item"));
+        };
+        (alternative(static_cast<Alternatives*>(nullptr)), ...);
+        dtd.Declarations().Declare(element, ChoiceModel(held, none), {kIndex, "varname"});
+        return element;
     }
 
 private:

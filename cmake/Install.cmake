@@ -16,6 +16,7 @@ set(CLASSXML_PUBLIC_HEADER_FOLDERS
     "xmlio:Diagnostics.h XMLIO.h XercesForward.h XercesIO.h XercesStringHandler.h"
     "XMLClassReaderWriter:AttributeMap.h ValueText.h XMLClassReaderWriter.h"
     "archive:Archive.h Archived.h Bitset.h Chrono.h Containers.h DocumentReader.h DocumentWriter.h"
+    "archive:Dtd.h DtdFor.h LoadOptions.h"
     "archive:MemberPath.h Objects.h Path.h Pointers.h Polymorphic.h Registration.h Result.h"
     "archive:StreamDocumentReader.h StreamDocumentWriter.h TupleLike.h TypeText.h ValueReader.h"
     "archive:ValueWriter.h Values.h Variant.h"

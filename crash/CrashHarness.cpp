@@ -125,6 +125,10 @@ std::vector<Scenario> Scenarios() {
                  out.Write(record);
              return bool(out.Finish());
          }},
+        {"SaveDtd", old,
+         [](const fs::path& folder) {
+             return bool(classxml::SaveDtd<Log>((folder / kTarget).string()));
+         }},
         {"pre-read extraction", Transport(),
          [](const fs::path& folder) {
              return Handle::PreprocessReading(Wide(folder / kTarget), nullptr, nullptr);

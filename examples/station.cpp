@@ -1,6 +1,8 @@
-// A weather station and its sensors, saved to class XML and loaded back with the archive.
+// A weather station and its sensors, saved to class XML with a DTD made from the types, and
+// loaded back validated against it.
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -45,7 +47,12 @@ int main(int argc, char** argv) {
                           {{"offset", -0.25}, {"gain", 1.02}},
                           {{"temperature", "°C", true, {-3.5, -3.25}, {{"site", "north"}}},
                            {"wind", "m/s", false, {31.5}, {}}}};
-    if (const classxml::Result saved = classxml::SaveToFile(file, station); !saved)
+    // The DTD goes beside the document, which names it and is validated against it on loading.
+    const std::filesystem::path dtd = std::filesystem::path(file).replace_filename("station.dtd");
+    if (const classxml::Result saved = classxml::SaveDtd<Station>(dtd.string()); !saved)
+        return std::fprintf(stderr, "%s\n", saved.Message().c_str()), 1;
+    const classxml::DocumentType doctype{{}, "station.dtd"};
+    if (const classxml::Result saved = classxml::SaveToFile(file, station, doctype); !saved)
         return std::fprintf(stderr, "%s\n", saved.Message().c_str()), 1;
 
     Station loaded;

@@ -1,5 +1,6 @@
 #include <cmath>
 #include <deque>
+#include <filesystem>
 #include <limits>
 #include <list>
 
@@ -224,6 +225,37 @@ TEST_P(ArchiveTest, AFailedLoadNamesTheMemberAndLeavesTheObjectAsItWas) {
     EXPECT_EQ(broken.expected, "a well-formed, valid document");
     ASSERT_FALSE(broken.diagnostics.empty());
     EXPECT_EQ(broken.diagnostics[0].source, "prodInfo");
+}
+
+// A file that cannot be opened is said so, with the reason; loads write nothing to standard
+// error unless asked; a document's DTD is looked up beside it unless the load names a folder.
+TEST_P(ArchiveTest, ALoadSaysWhyAndWhereItLooksAndKeepsQuiet) {
+    const classxml::testing::TempDir directory;
+    Station station;
+    for (const auto& [name, reason] : std::vector<std::pair<std::string, std::string>>{
+             {"missing.xml", "no such file"}, {"", "is a directory"}}) {
+        const std::string path = (directory / name).string();
+        ::testing::internal::CaptureStderr();
+        const classxml::Result result = classxml::LoadFromFile(path, station, engine);
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+        EXPECT_EQ(result.Message().substr(0, result.Message().find('\n')),
+                  "Station: cannot open \"" + path + "\": " + reason);
+    }
+
+    std::filesystem::create_directories(directory / "data");
+    const std::string file = (directory / "data" / "station.xml").string();
+    ASSERT_TRUE(classxml::SaveDtd<Station>((directory / "data" / "station.dtd").string()));
+    ASSERT_TRUE(classxml::SaveToFile(file, Station{"s", {{1, 2}}},
+                                     classxml::DocumentType{{}, "station.dtd"}, engine));
+    Station loaded;
+    const classxml::Result beside = classxml::LoadFromFile(file, loaded, engine);
+    ASSERT_TRUE(beside) << beside.Message();
+    EXPECT_EQ(loaded.name, "s");
+    classxml::LoadOptions elsewhere{engine, (directory / "nowhere").string(), true};
+    ::testing::internal::CaptureStderr();
+    EXPECT_FALSE(classxml::LoadFromFile(file, loaded, elsewhere));
+    EXPECT_NE(::testing::internal::GetCapturedStderr().find("Fatal Error at file"),
+              std::string::npos);
 }
 
 TEST_P(ArchiveTest, TextXmlCannotCarryIsRefusedAtSaveNamingTheMember) {

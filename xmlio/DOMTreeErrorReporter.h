@@ -2,11 +2,12 @@
 
 #include <xercesc/sax/ErrorHandler.hpp>
 
-// Error handler of the file parser: writes errors and fatal errors to standard error and
-// remembers that it saw one; warnings are ignored. The flag decides whether a parsed file is
-// accepted.
+// Error handler of the file parser: writes errors and fatal errors to standard error (unless the
+// parse was started quiet, see ReadSettings.h) and among the diagnostics, and remembers that it
+// saw one; warnings are ignored. The flag decides whether a parsed file is accepted.
 class DOMTreeErrorReporter : public xercesc::ErrorHandler {
 public:
+    DOMTreeErrorReporter();
     ~DOMTreeErrorReporter() override;
 
     void warning(const xercesc::SAXParseException& exception) override;
@@ -18,4 +19,5 @@ public:
 
 private:
     bool sawErrors = false;
+    bool quiet;
 };

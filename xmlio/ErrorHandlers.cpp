@@ -9,6 +9,7 @@
 #include "xmlio/DOMPrintErrorHandler.h"
 #include "xmlio/DOMTreeErrorReporter.h"
 #include "xmlio/DiagnosticLog.h"
+#include "xmlio/ReadSettings.h"
 #include "xmlio/XercesText.h"
 
 namespace {
@@ -21,9 +22,10 @@ std::string Narrow(const XMLCh* text) {
 //    Message: <the parser's text>
 // and the same as a diagnostic.
 void WriteParseError(const char* opening, classxml::Diagnostic::Severity severity,
-                     const xercesc::SAXParseException& exception) {
+                     const xercesc::SAXParseException& exception, bool quiet) {
     classxml::diagnostics::Record(severity, exception.getSystemId(), exception.getLineNumber(),
                                   exception.getColumnNumber(), exception.getMessage());
+    if (quiet) return;
     classxml::platform::WriteLineToStandardError(
         opening + Narrow(exception.getSystemId()) + "\", line " +
         std::to_string(exception.getLineNumber()) + ", column " +
@@ -33,19 +35,21 @@ void WriteParseError(const char* opening, classxml::Diagnostic::Severity severit
 
 } // namespace
 
+DOMTreeErrorReporter::DOMTreeErrorReporter() : quiet(classxml::read_settings::Quiet()) {}
+
 DOMTreeErrorReporter::~DOMTreeErrorReporter() = default;
 
 void DOMTreeErrorReporter::warning(const xercesc::SAXParseException&) {}
 
 void DOMTreeErrorReporter::error(const xercesc::SAXParseException& exception) {
     sawErrors = true;
-    WriteParseError("Error at file \"", classxml::Diagnostic::Severity::Error, exception);
+    WriteParseError("Error at file \"", classxml::Diagnostic::Severity::Error, exception, quiet);
 }
 
 void DOMTreeErrorReporter::fatalError(const xercesc::SAXParseException& exception) {
     sawErrors = true;
-    WriteParseError("Fatal Error at file \"", classxml::Diagnostic::Severity::FatalError,
-                    exception);
+    WriteParseError("Fatal Error at file \"", classxml::Diagnostic::Severity::FatalError, exception,
+                    quiet);
 }
 
 void DOMTreeErrorReporter::resetErrors() { sawErrors = false; }

@@ -12,6 +12,7 @@
 #include "platform/Path.h"
 #include "xmlio/DocumentMemory.h"
 #include "xmlio/DocumentRegistry.h"
+#include "xmlio/ReadSettings.h"
 #include "xmlio/XercesText.h"
 #include "xmlio/XmlText.h"
 
@@ -76,6 +77,7 @@ void CXercesIO::SetDtdDirectory(CBasicString<WideChar>&& directory) {
 }
 
 CBasicString<WideChar> CXercesIO::GetDtdDirectory() {
+    if (const auto& own = classxml::read_settings::DtdDirectory()) return *own;
     const std::lock_guard lock(g_dtdDirectoryMutex);
     return g_dtdDirectory;
 }

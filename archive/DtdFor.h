@@ -1,0 +1,62 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "archive/Archive.h"
+#include "archive/Dtd.h"
+
+namespace classxml {
+
+/// @ingroup archive
+/// The text of a DTD (UTF-8) that documents whose root is `T`'s class element are valid
+/// against: it declares `T`'s class element and that of every type it may hold (members,
+/// container items, map keys and values, and the registered types a pointer to a base may
+/// hold), every member and container element, and the attributes the archive writes. A class
+/// element lists its members in `serialize` order, "?" after optional ones. An element name
+/// that stands for values of several shapes (text in one class, a container in another) may
+/// hold what any of them holds, in any order; and no DTD says what type a value's text is, so
+/// "12abc" in an int member is valid and still refused when it is loaded.
+///
+///     classxml::SaveDtd<Station>("station.dtd");
+///     classxml::SaveToFile("station.xml", station, classxml::DocumentType{{}, "station.dtd"});
+template <class T>
+std::string DtdFor() {
+    archive_detail::RequireRootClass<T>();
+    archive_detail::DtdDeclarations declarations;
+    archive_detail::DtdArchive dtd(declarations);
+    return declarations.Text(archive_detail::Archived<T>::Describe(dtd, {}));
+}
+
+/// @ingroup archive
+/// Writes DtdFor<T>() to the file at `path`, replaced in one step as every save is.
+template <class T>
+Result SaveDtd(std::string_view path) {
+    return archive_detail::SaveText(path, DtdFor<T>());
+}
+
+/// @cond INTERNAL
+namespace archive_detail {
+
+template <class T>
+Particle DtdArchive::MemberParticle(std::string_view name) {
+    if constexpr (IsOptional<T>::value)
+        return {Element<typename T::value_type>(name), true};
+    else
+        return {Element<T>(name), false};
+}
+
+template <class T>
+void DtdArchive::Take(const T& part) {
+    if constexpr (IsNameValue<T>::value)
+        m_particles->push_back(
+            MemberParticle<std::remove_cv_t<std::remove_reference_t<decltype(part.value)>>>(
+                part.name));
+    else
+        SaveMembers(*this, *part.object);
+}
+
+} // namespace archive_detail
+/// @endcond
+
+} // namespace classxml

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "BasicString.h"
+#include "archive/Archived.h"
+
+namespace classxml {
+
+/// @ingroup archive
+/// How a load reads its document.
+struct LoadOptions {
+    /// The engine it reads on.
+    Engine engine = Engine::Dom;
+    /// Where the DTDs a document names are looked up (UTF-8). By default, in the DTD directory
+    /// when one is set (CXMLClassReaderWriter::SetDtdDirectory), otherwise beside the file
+    /// loaded (in the current folder for a string).
+    std::string dtdDirectory;
+    /// Whether the parser's complaints also go to standard error, as the handle's reads write
+    /// them; by default they are only in the Result's diagnostics.
+    bool standardError = false;
+};
+
+namespace archive_detail {
+
+// The DTD directory a load of `path` (empty: a string) uses instead of the process's, if any.
+std::optional<CBasicString<WideChar>> DtdDirectoryFor(std::string_view path,
+                                                      const LoadOptions& options);
+
+} // namespace archive_detail
+} // namespace classxml
