@@ -139,10 +139,12 @@ std::optional<std::int64_t> ParseSignedExact(View text, std::int64_t min, std::i
 // One pass: every unit an ASCII digit, the value within `max`.
 std::optional<std::uint64_t> ParseUnsignedExact(View text, std::uint64_t max) {
     if (text.empty()) return std::nullopt;
+    const std::uint64_t cutoff = max / 10, lastDigit = max % 10;
     std::uint64_t value = 0;
     for (const WideChar unit : text) {
         const unsigned digit = static_cast<unsigned>(unit) - unsigned('0');
-        if (digit > 9 || digit > max || value > (max - digit) / 10) return std::nullopt;
+        if (digit > 9 || value > cutoff || (value == cutoff && digit > lastDigit))
+            return std::nullopt;
         value = value * 10 + digit;
     }
     return value;

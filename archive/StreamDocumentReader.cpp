@@ -64,6 +64,7 @@ bool StreamDocumentReader::Started(bool opened, std::string_view rootName) {
         m_path.Enter(m_rootName);
         return Stopped();
     }
+    m_childName = m_reader->Name();
     Enter(m_rootName, 0);
     return rootName.empty() || IsClass(rootName);
 }
@@ -78,7 +79,7 @@ bool StreamDocumentReader::Stopped() {
 void StreamDocumentReader::Enter(std::string_view name, std::size_t index) {
     if (m_open == m_frames.size()) m_frames.emplace_back();
     Frame& frame = m_frames[m_open++];
-    frame = Frame{m_reader->Name(), index, true, false, 0, 0, m_held.size()};
+    frame = Frame{m_childName, index, true, false, 0, 0, m_held.size()};
     m_pending = false;
     m_onStartTag = true;
     if (index)
@@ -123,6 +124,7 @@ bool StreamDocumentReader::NextChild() {
     m_onStartTag = false;
     switch (m_reader->NextTag()) {
     case Event::StartElement:
+        m_childName = m_reader->Name();
         return m_pending = true;
     case Event::EndElement:
         top.ended = true;
@@ -205,8 +207,9 @@ StreamDocumentReader::Found StreamDocumentReader::Find(std::string_view elementN
     }
     if (!top.live) return {};
     while (NextChild()) {
-        if (Matches(m_reader->Name(), m_reader->Attribute(kVarName), elementName, variableName,
-                    byVariable))
+        if (SameText(m_childName, elementName) &&
+            (!byVariable ||
+             Matches(m_childName, m_reader->Attribute(kVarName), elementName, variableName, true)))
             return {Found::Where::Next, 0};
         if (!Hold()) return {};
     }
@@ -247,7 +250,7 @@ bool StreamDocumentReader::EnterClassMember(std::string_view elementName,
 
 bool StreamDocumentReader::NextObject(std::string_view elementName, std::size_t index) {
     while (NextChild()) {
-        if (SameText(m_reader->Name(), elementName)) return Enter({}, index), true;
+        if (SameText(m_childName, elementName)) return Enter({}, index), true;
         if (!SkipChild()) return false;
     }
     return false;

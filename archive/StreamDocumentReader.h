@@ -116,6 +116,7 @@ private:
     std::vector<Frame> m_frames; // the open elements; frames are reused, not freed
     std::size_t m_open = 0;      // how many of m_frames are open
     bool m_pending = false;      // the reader stands on the start tag of a child not entered
+    View m_childName;            // that child's name
     bool m_onStartTag = false;   // the reader stands on the start tag of the innermost element
     std::deque<Held> m_held;     // elements passed over, for their class elements' later asks
     std::size_t m_heldBytes = 0;

@@ -20,6 +20,7 @@
 #include "BenchmarkRatios.h"
 #include "HandleRecords.h"
 #include "RecordArchive.h"
+#include "SaxRecords.h"
 #include "platform/ProcessMemory.h"
 
 namespace classxml::bench {
@@ -56,7 +57,8 @@ std::vector<Record> ReadStream(std::string_view xml) {
     ObjectReader in(FromString{xml}, "Records");
     for (Record record; in.Read(record);)
         records.push_back(std::move(record));
-    return in.Finish() ? records : std::vector<Record>();
+    if (!in.Finish()) return {};
+    return records;
 }
 
 std::string WriteCereal(const std::vector<Record>& records) {
@@ -92,6 +94,35 @@ void ReadStreamSide(benchmark::State& state) {
     for (auto _ : state)
         benchmark::DoNotOptimize(ReadStream(g_streamXml).size());
 }
+// The same reads on a tenth of the records.
+std::string g_smallXml;
+template <class Read>
+void Side(benchmark::State& state, const std::string& xml, Read read) {
+    for (auto _ : state)
+        benchmark::DoNotOptimize(read(xml));
+}
+template <Scan scan>
+void ReadSaxSide(benchmark::State& state) {
+    Side(state, g_streamXml, [](const std::string& xml) { return ReadWithSax(xml, scan); });
+}
+void ReadSaxSmallSide(benchmark::State& state) {
+    Side(state, g_smallXml, [](const std::string& xml) { return ReadWithSax(xml); });
+}
+void ReadStreamSmallSide(benchmark::State& state) {
+    Side(state, g_smallXml, [](const std::string& xml) { return ReadStream(xml).size(); });
+}
+void EventsStreamSide(benchmark::State& state) { Side(state, g_streamXml, CountStreamEvents); }
+template <Scan scan>
+void EventsSaxSide(benchmark::State& state) {
+    Side(state, g_streamXml, [](const std::string& xml) { return CountWithSax(xml, scan); });
+}
+void EventsStreamSmallSide(benchmark::State& state) { Side(state, g_smallXml, CountStreamEvents); }
+void EventsSaxSmallSide(benchmark::State& state) {
+    Side(state, g_smallXml, [](const std::string& xml) { return CountWithSax(xml); });
+}
+void ReadTypedSide(benchmark::State& state) { Side(state, g_streamXml, ReadWithStreamReader); }
+void ReadEventsSide(benchmark::State& state) { Side(state, g_streamXml, ReadWithStreamEvents); }
+
 void ReadDomSide(benchmark::State& state) {
     for (auto _ : state)
         benchmark::DoNotOptimize(ReadWithHandle(g_domXml).size());
@@ -190,8 +221,12 @@ int main(int argc, char** argv) {
     g_streamXml = WriteStream(g_records);
     WriteWithHandle(g_records, &g_domXml);
     g_cerealXml = WriteCereal(g_records);
+    g_smallXml = WriteStream(MakeRecords(kRecords / 10));
     if (ReadStream(g_streamXml) != g_records || ReadWithHandle(g_domXml) != g_records ||
-        ReadCereal(g_cerealXml) != g_records || ReadStream(g_domXml) != g_records) {
+        ReadCereal(g_cerealXml) != g_records || ReadStream(g_domXml) != g_records ||
+        ReadWithSax(g_streamXml) != g_records || ReadWithStreamReader(g_streamXml) != g_records ||
+        ReadWithStreamEvents(g_streamXml) != g_records ||
+        CountStreamEvents(g_streamXml) != CountWithSax(g_streamXml)) {
         std::fprintf(stderr, "the sides do not do the same work\n");
         return 1;
     }
@@ -200,13 +235,32 @@ int main(int argc, char** argv) {
     Register("write/stream", WriteStreamSide, 1, 7);
     Register("write/cereal", WriteCerealSide, 1, 7);
     Register("write/dom", WriteDomSide, 1, 3);
-    Register("read/stream", ReadStreamSide, 1, 7);
+    Register("read/stream", ReadStreamSide, 1, 15);
     Register("read/cereal", ReadCerealSide, 1, 7);
     Register("read/dom", ReadDomSide, 1, 3);
+    Register("read/sax", ReadSaxSide<Scan::Progressive>, 1, 15);
+    Register("read/sax-whole", ReadSaxSide<Scan::Whole>, 1, 15);
+    Register("read/stream-10k", ReadStreamSmallSide, 10, 15);
+    Register("read/sax-10k", ReadSaxSmallSide, 10, 15);
+    Register("events/stream", EventsStreamSide, 1, 15);
+    Register("events/sax", EventsSaxSide<Scan::Progressive>, 1, 15);
+    Register("events/sax-whole", EventsSaxSide<Scan::Whole>, 1, 15);
+    Register("events/stream-10k", EventsStreamSmallSide, 10, 15);
+    Register("events/sax-10k", EventsSaxSmallSide, 10, 15);
+    Register("read/typed", ReadTypedSide, 1, 7);
+    Register("read/events", ReadEventsSide, 1, 7);
     const int result = RunAndCompare(
         argc, argv,
         {{"write 100,000 records, stream / cereal", "write/stream", "write/cereal", 1.0},
-         {"read 100,000 records, stream / cereal", "read/stream", "read/cereal", 2.0},
+         {"read 100,000 records, stream / cereal", "read/stream", "read/cereal", 0},
+         {"read, ObjectReader / SAX2 by hand", "read/stream", "read/sax", 1.15},
+         {"read 10,000, ObjectReader / SAX2 by hand", "read/stream-10k", "read/sax-10k", 1.15},
+         {"events, StreamReader / empty SAX2", "events/stream", "events/sax", 1.05},
+         {"events 10,000, StreamReader / empty SAX2", "events/stream-10k", "events/sax-10k", 1.05},
+         {"typed reads / events and from_chars", "read/typed", "read/events", 1.05},
+         {"read, ObjectReader / SAX2 by hand, whole", "read/stream", "read/sax-whole", 0},
+         {"events, StreamReader / empty SAX2, whole", "events/stream", "events/sax-whole", 0},
+         {"SAX2 by hand / cereal", "read/sax", "read/cereal", 0},
          {"write, stream / DOM", "write/stream", "write/dom", 0},
          {"read, stream / DOM", "read/stream", "read/dom", 0}});
     const bool peaks = PrintPeaks(argv[0]);

@@ -29,6 +29,7 @@ Event& EventReader::Push(Event::Kind kind) {
     event.kind = kind;
     event.attributes = nullptr;
     event.attributeCount = 0;
+    event.taken = 0;
     if (kind == Event::Kind::Text) event.text.clear();
     return event;
 }
@@ -36,7 +37,7 @@ Event& EventReader::Push(Event::Kind kind) {
 Event& EventReader::PushElement(Event::Kind kind, const xercesc::XMLElementDecl& element) {
     Event& event = Push(kind);
     event.name = element.getFullName();
-    event.nameLength = xercesc::XMLString::stringLen(event.name);
+    event.nameLength = Event::kUncounted;
     return event;
 }
 
@@ -76,10 +77,6 @@ void EventReader::startElement(const xercesc::XMLElementDecl& element, const uns
     Event& event = PushElement(Event::Kind::StartElement, element);
     event.attributes = &attributes;
     event.attributeCount = attributeCount;
-    for (XMLSize_t i = 0; i < attributeCount && i < Event::kTakenAttributes; ++i) {
-        const xercesc::XMLAttr* attribute = attributes.elementAt(i);
-        event.firstAttributes[i] = {attribute->getName(), attribute->getValue()};
-    }
     ++m_depth;
     if (isEmpty) { // the scanner reports no end of an empty-element tag
         PushElement(Event::Kind::EndElement, element);

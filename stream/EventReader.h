@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <vector>
@@ -14,33 +15,51 @@
 namespace classxml::stream_detail {
 
 // One thing the scanner reported, as the stream reader hands it on. Names and attributes stay
-// where the scanner keeps them: an element's name in its declaration, valid for the whole
-// document; a start tag's attributes in the scanner's list, valid until it scans the next start
-// tag, which it does only once the event has been taken (one start tag per step).
+// where the scanner keeps them, and are looked at only when they are asked for: an element's
+// name in its declaration, valid for the whole document; a start tag's attributes in the
+// scanner's list, valid until it scans the next start tag, which it does only once the event
+// has been taken (one start tag per step).
 struct Event {
     enum class Kind { StartElement, Text, EndElement };
     struct Attribute {
         const XMLCh* name = nullptr;
         const XMLCh* value = nullptr;
     };
-    // Class XML elements have one to three attributes; the first are taken while the scanner's
-    // list is fresh, so that looking them up does not chase its pointers again.
-    static constexpr std::size_t kTakenAttributes = 4;
 
-    // The attribute at `index`, below attributeCount.
+    // The attribute at `index`, below attributeCount. The first few are taken from the
+    // scanner's list together when one is first asked for: an element is usually asked for
+    // several, and class XML elements have one to three.
     Attribute AttributeAt(std::size_t index) const {
-        if (index < kTakenAttributes) return firstAttributes[index];
+        if (index >= kTaken) return Take(index);
+        if (taken == 0) {
+            taken = std::min(attributeCount, kTaken);
+            for (std::size_t i = 0; i < taken; ++i)
+                firstAttributes[i] = Take(i);
+        }
+        return firstAttributes[index];
+    }
+    // The name's length, counted the first time it is asked for.
+    std::size_t NameLength() const {
+        if (nameLength == kUncounted) nameLength = xercesc::XMLString::stringLen(name);
+        return nameLength;
+    }
+
+    static constexpr std::size_t kUncounted = std::size_t(-1);
+    static constexpr std::size_t kTaken = 4;
+    Kind kind = Kind::Text;
+    const XMLCh* name = nullptr; // of an element
+    mutable std::size_t nameLength = kUncounted;
+    const xercesc::RefVectorOf<xercesc::XMLAttr>* attributes = nullptr; // of a start tag
+    std::size_t attributeCount = 0;
+    mutable std::size_t taken = 0; // of the first attributes, into firstAttributes
+    mutable std::array<Attribute, kTaken> firstAttributes;
+    CBasicString<WideChar> text; // character data, CDATA sections included
+
+private:
+    Attribute Take(std::size_t index) const {
         const xercesc::XMLAttr* attribute = attributes->elementAt(index);
         return {attribute->getName(), attribute->getValue()};
     }
-
-    Kind kind = Kind::Text;
-    const XMLCh* name = nullptr; // of an element
-    std::size_t nameLength = 0;
-    const xercesc::RefVectorOf<xercesc::XMLAttr>* attributes = nullptr; // of a start tag
-    std::size_t attributeCount = 0;
-    std::array<Attribute, kTakenAttributes> firstAttributes;
-    CBasicString<WideChar> text; // character data, CDATA sections included
 };
 
 // Xerces' SAX2 reader with its scanner's document events taken straight into a queue of

@@ -444,7 +444,7 @@ void StreamReader::SetTextPieces(TextPieces* pieces) { m_impl->SetTextPieces(pie
 View StreamReader::Name() const {
     const auto* event = m_impl->Current();
     return event && event->kind != stream_detail::Event::Kind::Text
-               ? View(reinterpret_cast<const WideChar*>(event->name), event->nameLength)
+               ? View(reinterpret_cast<const WideChar*>(event->name), event->NameLength())
                : View();
 }
 

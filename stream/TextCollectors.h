@@ -130,30 +130,31 @@ public:
     static constexpr std::size_t kLongest = 256;
 
     void Take(CBasicStringView<WideChar> piece) override {
+        const std::size_t kept = std::min(piece.size(), kLongest - std::min(kLongest, m_length));
+        std::copy_n(piece.data(), kept, m_text + m_length);
         m_length += piece.size();
-        const std::size_t room = kLongest - std::min(kLongest, m_text.size());
-        m_text.append(piece.substr(0, room));
     }
 
     // The value, when the whole text is one value of its type.
     template <class Value>
     std::optional<Value> Parse() const {
         if (m_length > kLongest) return std::nullopt;
-        return value_text::Codec<Value>::ParseExact(m_text);
+        return value_text::Codec<Value>::ParseExact(Kept());
     }
 
     // The text as a message shows it: quoted, and cut short when long.
     std::string Quoted() const {
         constexpr std::size_t kShown = 40;
         std::string shown;
-        platform::AppendUtf16ToUtf8(
-            CBasicStringView<WideChar>(m_text).substr(0, std::min(kShown, m_text.size())), shown);
+        platform::AppendUtf16ToUtf8(Kept().substr(0, kShown), shown);
         return '"' + shown + (m_length > kShown ? "...\"" : "\"");
     }
 
 private:
-    CBasicString<WideChar> m_text;
-    std::size_t m_length = 0; // of the whole text
+    CBasicStringView<WideChar> Kept() const { return {m_text, std::min(m_length, kLongest)}; }
+
+    WideChar m_text[kLongest]; // the start of the text, held in place: no allocation a value
+    std::size_t m_length = 0;  // of the whole text
 };
 
 } // namespace classxml::stream_detail
