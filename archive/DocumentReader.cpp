@@ -174,8 +174,13 @@ bool DocumentReader::TextOf(std::string_view type, TextPieces& pieces) {
         const std::string found = Utf8Of(element.GetAttributeValue(Handle::KEY_TYPE));
         if (found != type) return Fail(std::string(type), "keytype " + found);
     }
+    const Wide& content = element.GetContent();
+    if (content.find(WideChar('\r')) == Wide::npos) {
+        pieces.Take(content);
+        return true;
+    }
     m_written.clear();
-    for (const WideChar unit : element.GetContent()) {
+    for (const WideChar unit : content) {
         if (unit == WideChar('\n') && !m_written.empty() && m_written.back() == WideChar('\r'))
             m_written.back() = unit;
         else
