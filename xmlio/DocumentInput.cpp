@@ -80,7 +80,10 @@ const std::vector<unsigned char>& Source::Head(std::size_t count) {
 }
 
 xercesc::BinInputStream* Source::makeStream() const {
-    if (m_descriptor < 0) return LocalFileInputSource::makeStream();
+    // Opening the path again would read what the first open refused (a folder's read fails
+    // inside the parser's reader, which then leaks); no stream is how Xerces is told that the
+    // document cannot be opened.
+    if (m_descriptor < 0) return nullptr;
     return new (getMemoryManager()) Stream(*this);
 }
 

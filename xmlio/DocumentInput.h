@@ -19,8 +19,8 @@ namespace classxml::document_input {
 // grow (ParseLimits.h). The first bytes can be looked at before the parse starts; the parser
 // reads them again from memory.
 //
-// A path that cannot be opened is left to Xerces, which tries it again and reports it as it
-// reports every document it cannot open; `OpenError` says why it failed here.
+// A path that cannot be opened is opened only once: the parser is given no stream and reports
+// it as it reports every document it cannot open; `OpenError` says why.
 class Source : public xercesc::LocalFileInputSource {
 public:
     // The file at `path`; the system id, as the parser names the file in its messages, is the
