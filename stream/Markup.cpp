@@ -1,5 +1,7 @@
 #include "stream/Markup.h"
 
+#include "platform/Utf.h"
+
 namespace classxml::stream_detail {
 namespace {
 
@@ -51,6 +53,33 @@ void Markup::AppendEscaped(View text) {
 }
 
 void Markup::AppendText(View text) { AppendEscaped<false>(text); }
+
+void Markup::AppendTextUtf8(std::string_view text) {
+    for (std::size_t at = 0; at < text.size();) {
+        const auto byte = static_cast<unsigned char>(text[at]);
+        if (byte < 0x80) {
+            const auto unit = static_cast<WideChar>(byte);
+            if (NeedsEscape<false>(unit))
+                m_pending.append(EscapeOf(unit));
+            else
+                m_pending.push_back(unit);
+            ++at;
+            continue;
+        }
+        char32_t point = 0;
+        at += platform::DecodeUtf8(
+            {reinterpret_cast<const char8_t*>(text.data()) + at, text.size() - at}, point);
+        if (point >= 0x10000) {
+            point -= 0x10000;
+            m_pending.push_back(static_cast<WideChar>(0xD800 + (point >> 10)));
+            m_pending.push_back(static_cast<WideChar>(0xDC00 + (point & 0x3FF)));
+        } else {
+            m_pending.push_back(static_cast<WideChar>(point));
+        }
+        FlushIfFull();
+    }
+    FlushIfFull();
+}
 
 void Markup::AppendAttribute(View text) { AppendEscaped<true>(text); }
 

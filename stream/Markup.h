@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include <xercesc/framework/XMLFormatter.hpp>
 
 #include "BasicString.h"
@@ -24,8 +26,10 @@ public:
         FlushIfFull();
     }
     void Append(WideChar unit) { m_pending.push_back(unit); }
-    // Content: "&", "<", ">" and carriage return escaped.
+    // Content: "&", "<", ">" and carriage return escaped; in UTF-16 or from UTF-8, decoded as
+    // it is taken (an ill-formed sequence is U+FFFD).
     void AppendText(View text);
+    void AppendTextUtf8(std::string_view text);
     // An attribute value: "&", "<", '"', line feed, carriage return and tab escaped.
     void AppendAttribute(View text);
 

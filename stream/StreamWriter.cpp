@@ -147,10 +147,11 @@ public:
         return true;
     }
 
-    // A whole property element: start tag, keytype and content.
-    template <class Content>
-    bool Property(View name, View type, View text, Content writeContent) {
-        if (!CanAdd(name) || (m_typeCheck && !IsXmlText(type)) || !IsXmlText(text)) return false;
+    // A whole property element: start tag, keytype and content, which the caller has found to
+    // be text XML can carry.
+    template <class Text, class Content>
+    bool Property(View name, View type, Text text, Content writeContent) {
+        if (!CanAdd(name) || (m_typeCheck && !IsXmlText(type))) return false;
         Markup& out = *m_markup;
         CloseStartTag();
         out.Append(WideChar('<'));
@@ -179,11 +180,19 @@ public:
     }
 
     bool Text(View name, View type, View text) {
-        return Property(name, type, text,
-                        [](Markup& out, View content) { out.AppendText(content); });
+        return IsXmlText(text) &&
+               Property(name, type, text, [](Markup& out, View content) { out.AppendText(content); });
+    }
+
+    bool TextUtf8(View name, View type, std::string_view text) {
+        text = text.substr(0, text.find('\0'));
+        return xml_text::IsXmlTextUtf8(text) &&
+               Property(name, type, text,
+                        [](Markup& out, std::string_view content) { out.AppendTextUtf8(content); });
     }
 
     bool CDATA(View name, View type, View text) {
+        if (!IsXmlText(text)) return false;
         return Property(name, type, text, [](Markup& out, View content) {
             xml_text::SplitIntoCDATASections(
                 content,
@@ -378,10 +387,14 @@ bool StreamWriter::WriteCDATA(View name, View type, View text) {
     return m_impl->Guarded([&] { return m_impl->CDATA(name, type, text); });
 }
 
-// As the handle's UTF-8 writer: the converted text up to its first NUL.
+// As the handle's UTF-8 writer: the text up to its first NUL.
+bool StreamWriter::WriteUTF8(View name, View type, std::string_view text) {
+    return m_impl->Guarded([&] { return m_impl->TextUtf8(name, type, text); });
+}
+
 bool StreamWriter::WriteUTF8(View name, View type, CBasicStringView<char8_t> text) {
-    const CBasicString<WideChar> wide = platform::Utf8ToUtf16(text);
-    return WriteText(name, type, View(wide.c_str()));
+    return WriteUTF8(name, type,
+                     std::string_view(reinterpret_cast<const char*>(text.data()), text.size()));
 }
 
 bool StreamWriter::Finish() {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "BasicString.h"
@@ -100,10 +101,13 @@ public:
     template <class Char>
     bool Write(View name, View type, const Char* text) = delete;
     /// A property with text content (the string and enumerator families), with its text in
-    /// CDATA sections, or with UTF-8 text (up to its first NUL, as AddCUTF8StringMAPProperty).
+    /// CDATA sections, or with UTF-8 text (up to its first NUL, as AddCUTF8StringMAPProperty;
+    /// an ill-formed sequence is U+FFFD, as it becomes when converted), written as it is
+    /// decoded, without a copy of it in UTF-16.
     ///@{
     bool WriteText(View name, View type, View text);
     bool WriteCDATA(View name, View type, View text);
+    bool WriteUTF8(View name, View type, std::string_view text);
     bool WriteUTF8(View name, View type, CBasicStringView<char8_t> text);
     ///@}
 

@@ -337,3 +337,26 @@ TEST(ObjectStreamTest, WritesAndReadsObjectsOneAtATime) {
     EXPECT_FALSE(wrongRoot.Read(point));
     EXPECT_EQ(wrongRoot.Finish().found, "element Points");
 }
+
+// A batch has one shape on both engines: what one writes, the other reads.
+TEST(ObjectStreamTest, ABatchWrittenOnOneEngineReadsOnTheOther) {
+    using classxml::Engine;
+    std::string written[2];
+    for (const Engine engine : {Engine::Dom, Engine::Stream}) {
+        classxml::ObjectWriter out(classxml::InString{written[int(engine == Engine::Stream)]},
+                                   "Points", engine);
+        for (int i = 0; i < 300; ++i)
+            ASSERT_TRUE(out.Write(Point{double(i), 0.5}));
+        ASSERT_TRUE(out.Finish());
+    }
+    EXPECT_EQ(written[0], written[1]);
+    for (const Engine engine : {Engine::Dom, Engine::Stream}) {
+        classxml::ObjectReader in(classxml::FromString{written[int(engine == Engine::Dom)]},
+                                  "Points", engine);
+        int count = 0;
+        for (Point point; in.Read(point); ++count)
+            ASSERT_EQ(point, (Point{double(count), 0.5}));
+        EXPECT_EQ(count, 300);
+        EXPECT_TRUE(in.Finish());
+    }
+}

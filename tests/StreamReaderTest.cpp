@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "platform/FileIO.h"
+#include "platform/Utf.h"
 #include "stream/StreamReader.h"
+#include "stream/StreamWriter.h"
 #include "support/Document.h"
 #include "support/GeneratedDocuments.h"
 #include "support/TempDir.h"
@@ -246,6 +248,97 @@ TEST_F(StreamReaderTest, DeliversEventsAndSkipsSubtrees) {
     StreamReader unopened;
     EXPECT_EQ(unopened.Next(), Event::Error);
     EXPECT_FALSE(unopened.OpenString(CBasicStringView<WideChar>()));
+}
+
+// UTF-8 in and out: the UTF-8 writer writes what the UTF-16 one writes (an ill-formed sequence as
+// U+FFFD, nothing after a NUL), and the reader's UTF-8 views say what its UTF-16 views say.
+TEST_F(StreamReaderTest, Utf8AndUtf16AgreeOnNamesAttributesAndText) {
+    using classxml::StreamWriter;
+    const auto wide = [](std::string_view utf8) {
+        return classxml::platform::Utf8ToUtf16(
+            CBasicStringView<char8_t>(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
+    };
+    const auto written = [](auto write) {
+        CBasicString<char> xml;
+        StreamWriter out(xml);
+        EXPECT_TRUE(out.StartDocument(WIDE("r")) && write(out) && out.Finish());
+        return std::string(xml.begin(), xml.end());
+    };
+    for (const auto& [utf8, utf16] : std::vector<std::pair<std::string, std::string>>{
+             {"S\xC3\xA4ntis \xF0\x9F\x8C\x8D & <\r\n> \xE2\x82\xAC", ""},
+             {"a\xFF"
+              "b\xC3",
+              "a\xEF\xBF\xBD"
+              "b\xEF\xBF\xBD"},
+             {std::string("ab\0cd", 5), "ab"}}) {
+        const auto same = wide(utf16.empty() ? utf8 : utf16);
+        EXPECT_EQ(
+            written([&](StreamWriter& out) { return out.WriteUTF8(WIDE("p"), WIDE("s"), utf8); }),
+            written([&](StreamWriter& out) { return out.WriteText(WIDE("p"), WIDE("s"), same); }));
+    }
+
+    const std::string xml = "<gr\xC3\xB6\xC3\x9F"
+                            "e ma\xC3\x9F=\"\xF0\x9F\x8C\x8D\">"
+                            "\xE2\x82\xAC &amp; \xF0\x9F\x8C\x8D</gr\xC3\xB6\xC3\x9F"
+                            "e>";
+    StreamReader reader;
+    ASSERT_TRUE(reader.OpenString(std::string_view(xml)));
+    ASSERT_EQ(reader.Next(), Event::StartElement);
+    EXPECT_EQ(reader.NameUtf8(), "gr\xC3\xB6\xC3\x9F"
+                                 "e");
+    EXPECT_TRUE(reader.Name() == wide("gr\xC3\xB6\xC3\x9F"
+                                      "e"));
+    EXPECT_EQ(reader.AttributeUtf8("ma\xC3\x9F"), "\xF0\x9F\x8C\x8D");
+    EXPECT_TRUE(reader.Attribute(wide("ma\xC3\x9F")) == wide("\xF0\x9F\x8C\x8D"));
+    ASSERT_EQ(reader.Next(), Event::Text);
+    EXPECT_EQ(reader.TextUtf8(), "\xE2\x82\xAC & \xF0\x9F\x8C\x8D");
+    EXPECT_TRUE(reader.Text() == wide("\xE2\x82\xAC & \xF0\x9F\x8C\x8D"));
+}
+
+// A typed read takes the whole text of the element as exactly one value of its type, as the
+// archive does, and leaves the value alone when it is not.
+TEST_F(StreamReaderTest, TypedReadsAreStrict) {
+    const auto reads = [](const std::string& text, auto value) {
+        const std::string xml = "<v>" + text + "</v>";
+        StreamReader reader;
+        EXPECT_TRUE(reader.OpenString(std::string_view(xml)));
+        EXPECT_EQ(reader.Next(), Event::StartElement);
+        const auto before = value;
+        const bool read = reader.ReadValue(value);
+        EXPECT_EQ(read, reader.ValueProblem().empty()) << text;
+        EXPECT_TRUE(read || value == before) << text;
+        return read;
+    };
+    struct Row {
+        std::string text;
+        bool int32, int64, uint32, uint64, boolean, floating;
+    };
+    for (const Row& row :
+         std::vector<Row>{{"12", true, true, true, true, false, true},
+                          {"-12", true, true, false, false, false, true},
+                          {"4294967295", false, true, true, true, false, true},
+                          {"18446744073709551615", false, false, false, true, false, true},
+                          {"12abc", false, false, false, false, false, false},
+                          {" 7 ", false, false, false, false, false, false},
+                          {"", false, false, false, false, false, false},
+                          {"true", false, false, false, false, true, false},
+                          {"0.10000000000000001", false, false, false, false, false, true},
+                          {"1e400", false, false, false, false, false, false},
+                          {"2.050", false, false, false, false, false, true},
+                          {"<x/>", false, false, false, false, false, false}}) {
+        EXPECT_EQ(reads(row.text, std::int32_t{5}), row.int32) << row.text;
+        EXPECT_EQ(reads(row.text, std::int64_t{5}), row.int64) << row.text;
+        EXPECT_EQ(reads(row.text, std::uint32_t{5}), row.uint32) << row.text;
+        EXPECT_EQ(reads(row.text, std::uint64_t{5}), row.uint64) << row.text;
+        EXPECT_EQ(reads(row.text, false), row.boolean) << row.text;
+        EXPECT_EQ(reads(row.text, 5.0), row.floating) << row.text;
+    }
+    StreamReader reader;
+    ASSERT_TRUE(reader.OpenString(std::string_view("<v>12abc</v>")));
+    reader.Next();
+    std::int32_t value = 0;
+    EXPECT_FALSE(reader.ReadValue(value));
+    EXPECT_EQ(reader.ValueProblem(), "expected int, found \"12abc\"");
 }
 
 } // namespace

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include <xercesc/util/XMLChar.hpp>
 
 #include "BasicString.h"
+#include "platform/Utf.h"
 
 // Which text an XML 1.0 document can hold, so that nothing goes into a document that cannot
 // come out of it again.
@@ -30,6 +32,28 @@ inline bool IsXmlText(CBasicStringView<WideChar> text) {
             (static_cast<std::uint16_t>(*unit) & 0xFC00) != 0xDC00)
             return false;
         ++unit; // a high surrogate and its low one
+    }
+    return true;
+}
+
+// The same for UTF-8, where ill-formed sequences stand for U+FFFD, as they become when
+// converted.
+inline bool IsXmlTextUtf8(std::string_view text) {
+    for (std::size_t at = 0; at < text.size();) {
+        const auto byte = static_cast<unsigned char>(text[at]);
+        if (byte >= 0x20 && byte < 0x80) {
+            ++at;
+            continue;
+        }
+        if (byte < 0x20) {
+            if (byte != 0x9 && byte != 0xA && byte != 0xD) return false;
+            ++at;
+            continue;
+        }
+        char32_t point = 0;
+        at += platform::DecodeUtf8(
+            {reinterpret_cast<const char8_t*>(text.data()) + at, text.size() - at}, point);
+        if (point == 0xFFFE || point == 0xFFFF) return false;
     }
     return true;
 }
