@@ -5,6 +5,8 @@
 #include <xercesc/util/XMLUniDefs.hpp>
 #include <xercesc/validators/DTD/DTDElementDecl.hpp>
 
+#include "xmlio/XercesText.h"
+
 namespace classxml::stream_detail {
 
 EventReader::EventReader(xercesc::MemoryManager* memory)
@@ -67,6 +69,8 @@ void EventReader::doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* 
                               const XMLCh* const systemId, const bool hasIntSubset,
                               const bool hasExtSubset) {
     m_docTypeName = root.getFullName();
+    m_docType = {CBasicString<WideChar>(xerces_text::ViewOf(publicId)),
+                 CBasicString<WideChar>(xerces_text::ViewOf(systemId)), hasIntSubset};
     SAX2XMLReaderImpl::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);
 }
 

@@ -69,6 +69,12 @@ private:
 // takes it as it comes (SendText).
 // Character data that follows character data (CDATA sections, ignorable white space, the
 // expansion of entity references) joins the event before it.
+// What the DOCTYPE says beyond the root's name.
+struct DocType {
+    CBasicString<WideChar> publicId, systemId;
+    bool internalSubset = false;
+};
+
 class EventReader : public xercesc::SAX2XMLReaderImpl {
 public:
     // The scanner hands over character data in pieces of at most this many code units; a
@@ -125,6 +131,7 @@ public:
                      const bool hasExtSubset) override;
     // The root element the DOCTYPE names, once the prolog has been read; null without one.
     const XMLCh* DocTypeName() const { return m_docTypeName; }
+    const stream_detail::DocType& DocType() const { return m_docType; }
     void docComment(const XMLCh* const) override {}
     void docPI(const XMLCh* const, const XMLCh* const) override {}
 
@@ -147,7 +154,8 @@ private:
     std::size_t m_depth = 0; // of the scanner, ahead of the consumer by the events queued
     bool m_ended = false;
     const XMLCh* m_docTypeName = nullptr; // in its declaration, which lasts the document
-    bool m_sending = false;               // character data goes to m_pieces, not into events
+    stream_detail::DocType m_docType;
+    bool m_sending = false; // character data goes to m_pieces, not into events
     TextPieces* m_pieces = nullptr;
     std::size_t m_piecesDepth = 0;
 };

@@ -89,12 +89,28 @@ public:
             path ? std::make_unique<document_input::Source>(*path, *m_budget, m_memory.get())
                  : std::make_unique<document_input::Source>(*m_budget, m_memory.get());
         m_openError = source->OpenError();
-        const std::vector<unsigned char>& head = source->Head(stream_detail::kPrologBytes);
-        const bool namesNoDtd = stream_detail::NamesNoDtd(head.data(), head.size());
-        m_fileErrors = std::make_unique<DOMTreeErrorReporter>();
-        m_resolver = std::make_unique<entity_policy::Resolver>(CXercesIO::GetDtdDirectory(),
-                                                               entity_policy::Missing::Reported);
         m_sourceId = path ? *path : CBasicString<WideChar>(WIDE("standard input"));
+        CBasicString<WideChar> dtdDirectory = CXercesIO::GetDtdDirectory();
+        if (m_dtdFile && m_openError == 0) { // named by its file name, found in its folder
+            const std::size_t slash = m_dtdFile->find_last_of(u"/\\");
+            dtdDirectory =
+                slash == View::npos ? CBasicString<WideChar>() : m_dtdFile->substr(0, slash + 1);
+            const auto name = platform::Utf16ToUtf8(View(*m_dtdFile).substr(slash + 1));
+            if (!source->NameDtd(
+                    std::string_view(reinterpret_cast<const char*>(name.data()), name.size()))) {
+                diagnostics::Record(Diagnostic::Severity::FatalError,
+                                    xerces_text::Terminated(m_sourceId), 0, 0,
+                                    reinterpret_cast<const XMLCh*>(WIDE(
+                                        "no DTD can be named for the document: its prolog is not "
+                                        "well-formed, or longer than 1 MiB")));
+                return Refuse();
+            }
+        }
+        const std::vector<unsigned char>& head = source->Head(stream_detail::kPrologBytes);
+        const bool namesNoDtd = !m_dtdFile && stream_detail::NamesNoDtd(head.data(), head.size());
+        m_fileErrors = std::make_unique<DOMTreeErrorReporter>();
+        m_resolver = std::make_unique<entity_policy::Resolver>(std::move(dtdDirectory),
+                                                               entity_policy::Missing::Reported);
         return Start(true, namesNoDtd, std::move(source));
     }
 
@@ -215,6 +231,10 @@ public:
     }
     std::size_t Depth() const { return m_depth; }
     const XMLCh* DocTypeName() const { return m_parser ? m_parser->DocTypeName() : nullptr; }
+    const stream_detail::DocType* DocType() const {
+        return m_parser ? &m_parser->DocType() : nullptr;
+    }
+    void ValidateAgainst(View dtdFile) { m_dtdFile.emplace(dtdFile); }
     int OpenError() const { return m_openError; }
     const std::string& ValueProblem() const { return m_valueProblem; }
     const CBasicString<WideChar>& Text() const { return m_text; }
@@ -359,7 +379,8 @@ private:
     CBasicString<WideChar> m_sourceId; // the file's path, or the buffer id
     XMLPScanToken m_token;
     int m_openError = 0;
-    bool m_current = false; // the front event is the current one
+    std::optional<CBasicString<WideChar>> m_dtdFile; // validate against it, not the named one
+    bool m_current = false;                          // the front event is the current one
     bool m_failed = false;
     bool m_stopped = false; // the scanner stopped: it must not be stepped again
     std::size_t m_depth = 0;
@@ -522,5 +543,19 @@ std::string_view StreamReader::TextUtf8() const {
 std::size_t StreamReader::Depth() const { return m_impl->Depth(); }
 
 View StreamReader::DocTypeName() const { return xerces_text::ViewOf(m_impl->DocTypeName()); }
+
+View StreamReader::DocTypePublicId() const {
+    return m_impl->DocType() ? View(m_impl->DocType()->publicId) : View();
+}
+
+View StreamReader::DocTypeSystemId() const {
+    return m_impl->DocType() ? View(m_impl->DocType()->systemId) : View();
+}
+
+bool StreamReader::DocTypeHasInternalSubset() const {
+    return m_impl->DocType() && m_impl->DocType()->internalSubset;
+}
+
+void StreamReader::ValidateAgainst(View dtdFile) { m_impl->ValidateAgainst(dtdFile); }
 
 } // namespace classxml

@@ -86,6 +86,12 @@ public:
     bool OpenString(CBasicStringView<char8_t> utf8);
     bool OpenString(View utf16);
     ///@}
+    /// Validates the document that OpenFile or OpenStandardInput opens next against the DTD in
+    /// the file `dtdFile` instead of the one it names, as if its DOCTYPE named that file: the
+    /// external id of its DOCTYPE is replaced (its internal subset stays), and a document
+    /// without one is given one for its root. Where one is given, the columns that the parser
+    /// reports after it on the root start tag's line are larger by its length.
+    void ValidateAgainst(View dtdFile);
     /// 0, or the system's error number when OpenFile could not open its file
     /// (platform::ErrorText gives it in words).
     int OpenError() const;
@@ -159,6 +165,13 @@ public:
     /// The root element the DOCTYPE names, once the reader has passed it (from the first
     /// start tag on); empty when the document has none.
     View DocTypeName() const;
+    /// The DOCTYPE's public and system ids (empty when it has none), and whether it has an
+    /// internal subset, once the reader has passed it.
+    ///@{
+    View DocTypePublicId() const;
+    View DocTypeSystemId() const;
+    bool DocTypeHasInternalSubset() const;
+    ///@}
 
     /// @}
 

@@ -1,8 +1,8 @@
 # Runs the classxml program and checks its exit code and output:
 #   cmake -DTOOL=... -DARGS="a;b" -DEXPECT_CODE=n [-DEXPECT_STDOUT=regex] [-DEXPECT_STDERR=regex]
-#         [-DINPUT=file] -P RunTool.cmake
-# EXPECT_STDERR is matched against the last line of standard error, the program's own; INPUT is
-# given as standard input.
+#         [-DEXPECT_ERRORS=regex] [-DINPUT=file] -P RunTool.cmake
+# EXPECT_STDERR is matched against the last line of standard error, the program's own, and
+# EXPECT_ERRORS against all of it; INPUT is given as standard input.
 set(input "")
 if(DEFINED INPUT)
     set(input INPUT_FILE ${INPUT})
@@ -21,4 +21,7 @@ if(DEFINED EXPECT_STDERR)
     if(NOT last MATCHES "${EXPECT_STDERR}")
         message(FATAL_ERROR "last stderr line does not match '${EXPECT_STDERR}':\n${err}")
     endif()
+endif()
+if(DEFINED EXPECT_ERRORS AND NOT err MATCHES "${EXPECT_ERRORS}")
+    message(FATAL_ERROR "stderr does not match '${EXPECT_ERRORS}':\n${err}")
 endif()

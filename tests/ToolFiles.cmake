@@ -14,3 +14,8 @@ file(WRITE ${WORK}/transport.xml "<r><FileTransport><fileContent>QUJD</fileConte
 string(ASCII 1 2 255 254 200 binary_bytes)
 string(REPEAT "${binary_bytes} binary " 400000 binary) # about 4 MB that is no text at all
 file(WRITE ${WORK}/binary.xml "${binary}")
+string(REPEAT "<count>1</count>" 75 counts) # an error far along one line
+file(WRITE ${WORK}/long-line.xml "<!DOCTYPE r SYSTEM \"r.dtd\"><r>${counts}<other/></r>")
+file(WRITE ${WORK}/unnamed.xml "<r><count>1</count></r>")
+file(WRITE ${WORK}/other.dtd "<!ELEMENT r (other)>\n<!ELEMENT other EMPTY>\n")
+file(WRITE ${WORK}/unformatted.xml "<!DOCTYPE r SYSTEM \"r.dtd\"> <r>\n\t<count keytype=\"int\"> 4 2 </count><count></count>  </r>")

@@ -5,7 +5,8 @@
 namespace classxml::tool {
 
 Arguments ParseArguments(const std::vector<std::string>& words,
-                         const std::vector<std::string>& valueOptions) {
+                         const std::vector<std::string>& valueOptions,
+                         const std::vector<std::string>& flags) {
     Arguments arguments;
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string& word = words[i];
@@ -15,7 +16,12 @@ Arguments ParseArguments(const std::vector<std::string>& words,
             const std::size_t equals = word.find('=');
             const std::string name =
                 word.substr(2, equals == std::string::npos ? equals : equals - 2);
-            if (std::find(valueOptions.begin(), valueOptions.end(), name) == valueOptions.end()) {
+            const auto known = [&](const std::vector<std::string>& names) {
+                return std::find(names.begin(), names.end(), name) != names.end();
+            };
+            if (known(flags) && equals == std::string::npos) {
+                arguments.options[name] = "";
+            } else if (!known(valueOptions)) {
                 arguments.problem = "unknown option '--" + name + "'";
             } else if (equals != std::string::npos) {
                 arguments.options[name] = word.substr(equals + 1);

@@ -17,9 +17,11 @@ struct Arguments {
     std::string problem;                        // a usage error, if any
 };
 
-// `valueOptions` are the options this command takes, each with a value.
+// `valueOptions` are the options this command takes with a value, `flags` those it takes
+// without one (kept with an empty value).
 Arguments ParseArguments(const std::vector<std::string>& words,
-                         const std::vector<std::string>& valueOptions);
+                         const std::vector<std::string>& valueOptions,
+                         const std::vector<std::string>& flags = {});
 
 // A document operand: a file, or "-" for standard input, which is read as a stream.
 struct Input {

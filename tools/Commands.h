@@ -5,8 +5,10 @@
 // valid against its DTD (after one line on standard error naming the file).
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "Arguments.h"
 #include "BasicString.h"
@@ -15,9 +17,36 @@
 
 namespace classxml::tool {
 
+// What reading a document has to say: its lines for standard output and for standard error,
+// and its exit code. The caller writes them out, so that documents read on several threads are
+// reported one after another, in the order they were given.
+struct Report {
+    std::string out, err;
+    int status = 0;
+    // "classxml: <name>: <message>" for standard error; the status becomes 1.
+    void Fail(const std::string& name, const std::string& message);
+    // Writes `out` to standard output and `err` to standard error.
+    void Print() const;
+};
+
+// Where a document's DTD comes from: the one it names, looked up in `dtdDirectory` (by default
+// the document's own folder), or the file `dtdFile` in its place.
+struct DtdChoice {
+    std::optional<std::filesystem::path> dtdDirectory;
+    std::optional<std::filesystem::path> dtdFile;
+
+    std::filesystem::path DirectoryFor(const Input& input) const {
+        return dtdDirectory ? *dtdDirectory : input.DefaultDtdDirectory();
+    }
+};
+
 int Demo(const std::filesystem::path& directory);
-int Dump(const Input& input, const std::filesystem::path& dtdDirectory);
-int Validate(const Input& input, const std::filesystem::path& dtdDirectory);
+int Dump(const Input& input, const DtdChoice& dtd, bool format);
+// The document again, indented one element a line, every value as it was.
+int Format(const Input& input, const DtdChoice& dtd);
+// Validates each input, on as many threads as there are cores, and reports them in order; the
+// exit code is the worst of theirs (1 before 3 before 0).
+int Validate(const std::vector<Input>& inputs, const DtdChoice& dtd);
 int Preprocess(const std::filesystem::path& file);
 
 // Helpers the subcommands share.
@@ -28,13 +57,17 @@ int Fail(const std::string& name, const std::string& message);
 // The base64 side files that pre-read extraction left in `directory`.
 std::set<std::filesystem::path> SideFiles(const std::filesystem::path& directory);
 // Reads `input` with the stream reader, once, start to end and in constant memory whatever its
-// size, with `dtdDirectory` for its DTD. It hands `visit` each start and end tag as it comes,
-// and `text` (when given) the character data as it is read, holding none of it. Gives the exit
-// code; on failure it says why in one line: the file cannot be opened, a refused id (with its
-// reason) or a document that is not well-formed 1; one that breaks its DTD, or whose DTD
-// cannot be found, 3.
+// size, validated as `dtd` says. It hands `visit` each start and end tag as it comes, and `text`
+// (when given) the character data as it is read, holding none of it. The status in `report`:
+// 0; 1 when the file cannot be opened, has a refused id, or is not well-formed; 3 when it
+// breaks its DTD, or its DTD cannot be found. A failure has the parser's complaints, each with
+// the source line it points at, and one line that says why.
+// A diagnostic as the parser writes it ("Error at file "<file>", line 3, column 7" and
+// "   Message: ..."), followed, when its file can be read again, by the line it points at, cut
+// around the column, and a caret under the column.
+std::string DiagnosticLines(const Diagnostic& diagnostic);
 using Visit = std::function<void(const StreamReader&, StreamReader::Event)>;
-int ReadDocument(const Input& input, const std::filesystem::path& dtdDirectory, const Visit& visit,
-                 TextPieces* text = nullptr);
+void ReadDocument(const Input& input, const DtdChoice& dtd, const Visit& visit, Report& report,
+                  TextPieces* text = nullptr);
 
 } // namespace classxml::tool

@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "platform/FileIO.h"
 #include "platform/Utf.h"
+#include "xmlio/ReadSettings.h"
 
 namespace classxml::tool {
 
@@ -25,6 +26,17 @@ std::set<std::filesystem::path> SideFiles(const std::filesystem::path& directory
     return files;
 }
 
+void Report::Fail(const std::string& name, const std::string& message) {
+    err += "classxml: " + name + ": " + message + "\n";
+    status = 1;
+}
+
+void Report::Print() const {
+    std::fwrite(out.data(), 1, out.size(), stdout);
+    std::fflush(stdout);
+    std::fwrite(err.data(), 1, err.size(), stderr);
+}
+
 namespace {
 
 // Character data nobody asked for.
@@ -33,48 +45,58 @@ struct Dropped : TextPieces {
 };
 
 // Why a document that was opened was not accepted, from the parse's diagnostics.
-int Verdict(const Input& input) {
+int Verdict(const Input& input, Report& report) {
     bool invalid = false;
     for (const Diagnostic& diagnostic : LastDiagnostics()) {
-        if (diagnostic.message.starts_with("refused"))
-            return Fail(input.Name(), diagnostic.message);
+        if (diagnostic.message.starts_with("refused")) {
+            report.Fail(input.Name(), diagnostic.message);
+            return 1;
+        }
         if (diagnostic.message.starts_with("unable to open DTD document")) {
-            Fail(input.Name(), "the DTD it names could not be found (" + diagnostic.message + ")");
+            report.Fail(input.Name(),
+                        "the DTD it names could not be found (" + diagnostic.message + ")");
             return 3;
         }
         if (diagnostic.severity == Diagnostic::Severity::FatalError) {
             std::error_code error;
             if (!input.standardInput && std::filesystem::is_regular_file(input.path, error) &&
-                std::filesystem::file_size(input.path, error) == 0)
-                return Fail(input.Name(), "the file is empty");
-            return Fail(input.Name(), "not a well-formed class-XML document");
+                std::filesystem::file_size(input.path, error) == 0) {
+                report.Fail(input.Name(), "the file is empty");
+            } else {
+                report.Fail(input.Name(), "not a well-formed class-XML document");
+            }
+            return 1;
         }
         invalid = invalid || diagnostic.severity == Diagnostic::Severity::Error;
     }
-    if (!invalid) return Fail(input.Name(), "could not be read");
-    Fail(input.Name(), "not valid against its DTD");
-    return 3;
+    report.Fail(input.Name(), invalid ? "not valid against its DTD" : "could not be read");
+    return invalid ? 3 : 1;
 }
 
 } // namespace
 
-int ReadDocument(const Input& input, const std::filesystem::path& dtdDirectory, const Visit& visit,
-                 TextPieces* text) {
-    CXMLClassReaderWriter::SetDtdDirectory(Wide(dtdDirectory),
-                                           CXMLClassReaderWriter::XMLIOTYPE_XERCES);
-    StreamReader reader; // the parser's own lines go to stderr
+void ReadDocument(const Input& input, const DtdChoice& dtd, const Visit& visit, Report& report,
+                  TextPieces* text) {
+    // The parser's lines are collected and written with the report, each with its source line.
+    const read_settings::Scope settings(Wide(dtd.DirectoryFor(input)), true);
+    StreamReader reader;
+    if (dtd.dtdFile) reader.ValidateAgainst(Wide(*dtd.dtdFile));
     if (input.standardInput)
         reader.OpenStandardInput();
     else
         reader.OpenFile(Wide(input.path));
-    if (reader.OpenError() != 0) return Fail(input.Name(), platform::ErrorText(reader.OpenError()));
+    if (reader.OpenError() != 0)
+        return report.Fail(input.Name(), platform::ErrorText(reader.OpenError()));
     Dropped dropped;
     reader.SetTextPieces(text ? text : &dropped);
     StreamReader::Event event;
     while ((event = reader.Next()) != StreamReader::Event::End &&
            event != StreamReader::Event::Error)
         visit(reader, event);
-    return event == StreamReader::Event::End ? 0 : Verdict(input);
+    if (event == StreamReader::Event::End) return;
+    for (const Diagnostic& diagnostic : LastDiagnostics())
+        report.err += DiagnosticLines(diagnostic);
+    report.status = Verdict(input, report);
 }
 
 } // namespace classxml::tool

@@ -161,12 +161,16 @@ private:
 
 } // namespace
 
-int Dump(const Input& input, const std::filesystem::path& dtdDirectory) {
+int Dump(const Input& input, const DtdChoice& dtd, bool format) {
+    if (format) return Format(input, dtd);
     TreePrinter printer;
-    return ReadDocument(
-        input, dtdDirectory,
+    Report report;
+    ReadDocument(
+        input, dtd,
         [&](const StreamReader& reader, StreamReader::Event event) { printer(reader, event); },
-        &printer);
+        report, &printer);
+    report.Print();
+    return report.status;
 }
 
 } // namespace classxml::tool

@@ -1,24 +1,60 @@
-// classxml validate: parses a file with DTD validation.
-#include <cstdio>
+// classxml validate: parses files with DTD validation, several at a time.
+#include <algorithm>
+#include <atomic>
+#include <thread>
 
 #include "Commands.h"
 
 namespace classxml::tool {
+namespace {
 
-int Validate(const Input& input, const std::filesystem::path& dtdDirectory) {
+Report ValidateOne(const Input& input, const DtdChoice& dtd) {
+    Report report;
     std::string docType;
-    const int verdict = ReadDocument(input, dtdDirectory, [&](const StreamReader& reader, auto) {
-        if (docType.empty()) docType = Narrow(reader.DocTypeName());
-    });
-    if (verdict != 0) return verdict;
-    if (docType.empty()) {
-        std::printf("%s is well-formed; it names no DTD, so nothing was validated\n",
-                    input.Name().c_str());
+    ReadDocument(
+        input, dtd,
+        [&](const StreamReader& reader, auto) {
+            if (docType.empty()) docType = Narrow(reader.DocTypeName());
+        },
+        report);
+    if (report.status != 0) return report;
+    if (dtd.dtdFile) {
+        report.out = input.Name() + " is valid against " + dtd.dtdFile->string() + "\n";
+    } else if (docType.empty()) {
+        report.out = input.Name() + " is well-formed; it names no DTD, so nothing was validated\n";
     } else {
-        std::printf("%s is valid (%s, DTD from %s)\n", input.Name().c_str(), docType.c_str(),
-                    dtdDirectory.string().c_str());
+        report.out = input.Name() + " is valid (" + docType + ", DTD from " +
+                     dtd.DirectoryFor(input).string() + ")\n";
     }
-    return 0;
+    return report;
+}
+
+// 1 (unreadable, not well-formed) is worse than 3 (not valid), which is worse than 0.
+int Rank(int status) { return status == 1 ? 2 : status == 3 ? 1 : 0; }
+
+} // namespace
+
+int Validate(const std::vector<Input>& inputs, const DtdChoice& dtd) {
+    std::vector<Report> reports(inputs.size());
+    std::atomic<std::size_t> next = 0;
+    const auto work = [&] {
+        for (std::size_t i; (i = next++) < inputs.size();)
+            reports[i] = ValidateOne(inputs[i], dtd);
+    };
+    const std::size_t threads =
+        std::min<std::size_t>(inputs.size(), std::max(1u, std::thread::hardware_concurrency()));
+    std::vector<std::thread> workers;
+    for (std::size_t t = 1; t < threads; ++t)
+        workers.emplace_back(work);
+    work();
+    for (std::thread& worker : workers)
+        worker.join();
+    int worst = 0;
+    for (const Report& report : reports) {
+        report.Print();
+        if (Rank(report.status) > Rank(worst)) worst = report.status;
+    }
+    return worst;
 }
 
 } // namespace classxml::tool

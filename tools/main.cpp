@@ -1,5 +1,7 @@
 // classxml: inspect, validate and pre-process class-XML files, or watch the library work.
+#include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -15,28 +17,32 @@ const char kUsage[] =
     "  demo [DIR]                  store a sample project as class XML in DIR (a new temporary\n"
     "                              directory by default), validate, pre-process and read it\n"
     "                              back, comparing every value\n"
-    "  dump FILE [--dtd-dir DIR]   print the class tree of a class-XML file\n"
-    "  validate FILE [--dtd-dir DIR]\n"
-    "                              check a file against the DTD it names\n"
+    "  dump FILE [--format] [--dtd-dir DIR | --dtdvalid DTD]\n"
+    "                              print the class tree of a class-XML file, or with --format\n"
+    "                              the document itself, indented\n"
+    "  validate FILE... [--dtd-dir DIR | --dtdvalid DTD]\n"
+    "                              check files against the DTD they name, or against DTD\n"
     "  preprocess FILE             move base64 blocks of FileTransport elements into side\n"
     "                              files and list them\n"
     "  --help, --version\n"
     "\n"
-    "FILE may be - for standard input (not for preprocess, which rewrites a file). Options\n"
-    "stand before or after FILE, as --opt VALUE or --opt=VALUE. DTDs are looked up in\n"
-    "--dtd-dir, by default in the document's own folder (the current one for standard input).\n"
-    "COMMAND --help describes one command.\n"
+    "FILE may be - for standard input, except for preprocess, which rewrites a file and does\n"
+    "not accept -. Options stand before or after FILE, as --opt VALUE or --opt=VALUE. DTDs are\n"
+    "looked up in --dtd-dir, by default in the document's own folder (the current one for\n"
+    "standard input). COMMAND --help describes one command.\n"
     "\n"
     "Exit status: 0 success; 1 not well-formed, unreadable, or the operation failed; 2 usage\n"
-    "error; 3 well-formed but not valid against its DTD.\n";
+    "error; 3 well-formed but not valid against its DTD, or its DTD cannot be found.\n";
 
 struct Command {
     const char* name;
     const char* usage; // the first line of its --help and of its usage errors
     const char* help;
-    std::vector<std::string> options;
+    std::vector<std::string> options, flags;
     std::size_t minOperands, maxOperands;
 };
+
+constexpr std::size_t kAny = std::size_t(-1);
 
 const Command kCommands[] = {
     {"demo",
@@ -44,30 +50,44 @@ const Command kCommands[] = {
      "Writes a sample project with every value family into DIR, validates it against its\n"
      "DTD, moves its attachment out with pre-read extraction and reads every value back.\n",
      {},
+     {},
      0,
      1},
     {"dump",
-     "dump FILE [--dtd-dir DIR]",
+     "dump FILE [--format] [--dtd-dir DIR | --dtdvalid DTD]",
      "Prints the class tree of FILE: classes and containers with their children, properties\n"
-     "as name (type) = value. A document that names a DTD is validated against it. The tree\n"
-     "is printed as the file is read, in constant memory whatever its size; a document found\n"
-     "malformed or invalid further on ends the listing with the error.\n",
-     {"dtd-dir"},
+     "as name (type) = value, each value as the archive would load it, with line ends and\n"
+     "other control characters escaped (\\n, \\r, \\t, \\xNN). A document that names a DTD\n"
+     "is validated against it. The tree is printed as the file is read, in constant memory\n"
+     "whatever its size; a document found malformed or invalid further on ends the listing\n"
+     "with the error.\n"
+     "\n"
+     "--format prints the document itself instead, one element a line, indented by its\n"
+     "depth, in UTF-8: only the white space between elements changes, every value stays as\n"
+     "it was. Comments and processing instructions are left out, attributes defaulted from\n"
+     "the DTD are written out, and a DOCTYPE with an internal subset is refused.\n",
+     {"dtd-dir", "dtdvalid"},
+     {"format"},
      1,
      1},
     {"validate",
-     "validate FILE [--dtd-dir DIR]",
-     "Parses FILE and validates it against the DTD its DOCTYPE names, looked up in DIR (by\n"
-     "default the document's folder). A document without a DOCTYPE is only checked to be\n"
-     "well-formed. Exit status 0 valid, 1 not well-formed or unreadable, 3 not valid.\n",
-     {"dtd-dir"},
+     "validate FILE... [--dtd-dir DIR | --dtdvalid DTD]",
+     "Parses each FILE and validates it against the DTD its DOCTYPE names, looked up in DIR\n"
+     "(by default the document's folder); with --dtdvalid, against DTD instead, whether the\n"
+     "document names a DTD or not. A document without a DOCTYPE is otherwise only checked to\n"
+     "be well-formed. Files are checked in parallel on all cores and reported in the order\n"
+     "given; each error shows the line it points at, with a caret under its column. Exit\n"
+     "status 0 all valid, 1 one not well-formed or unreadable, otherwise 3 one not valid.\n",
+     {"dtd-dir", "dtdvalid"},
+     {},
      1,
-     1},
+     kAny},
     {"preprocess",
      "preprocess FILE",
      "Moves the base64 blocks of FILE's FileTransport elements into side files beside it,\n"
      "rewriting FILE in one step, and lists the files it wrote. FILE must be a file: - (standard\n"
      "input) is not accepted, as there is nothing to rewrite.\n",
+     {},
      {},
      1,
      1},
@@ -94,12 +114,24 @@ int Run(const Command& command, const classxml::tool::Arguments& arguments) {
         if (arguments.operands[0] == "-") return Usage("preprocess rewrites a file; - has none");
         return Preprocess(arguments.operands[0]);
     }
-    const Input input(arguments.operands[0]);
-    const auto dtd = arguments.options.find("dtd-dir");
-    const std::filesystem::path dtdDirectory = dtd != arguments.options.end()
-                                                   ? std::filesystem::path(dtd->second)
-                                                   : input.DefaultDtdDirectory();
-    return name == "dump" ? Dump(input, dtdDirectory) : Validate(input, dtdDirectory);
+    const auto option = [&](const char* name) -> std::optional<std::string> {
+        const auto found = arguments.options.find(name);
+        if (found == arguments.options.end()) return std::nullopt;
+        return found->second;
+    };
+    if (option("dtd-dir") && option("dtdvalid"))
+        return Usage(name + ": --dtd-dir and --dtdvalid exclude each other");
+    std::vector<Input> inputs;
+    for (const std::string& operand : arguments.operands)
+        inputs.emplace_back(operand);
+    if (std::count_if(inputs.begin(), inputs.end(),
+                      [](const Input& input) { return input.standardInput; }) > 1)
+        return Usage(name + ": standard input (-) can be read only once");
+    DtdChoice dtd;
+    if (option("dtd-dir")) dtd.dtdDirectory = std::filesystem::path(*option("dtd-dir"));
+    if (option("dtdvalid")) dtd.dtdFile = std::filesystem::path(*option("dtdvalid"));
+    if (name == "dump") return Dump(inputs[0], dtd, option("format").has_value());
+    return Validate(inputs, dtd);
 }
 
 } // namespace
@@ -112,8 +144,8 @@ int main(int argc, char** argv) {
     if (name == "--version") return std::printf("classxml %s\n", CLASSXML_VERSION), 0;
     for (const Command& command : kCommands) {
         if (name != command.name) continue;
-        const auto arguments =
-            classxml::tool::ParseArguments({words.begin() + 1, words.end()}, command.options);
+        const auto arguments = classxml::tool::ParseArguments({words.begin() + 1, words.end()},
+                                                              command.options, command.flags);
         if (arguments.help)
             return std::printf("Usage: classxml %s\n\n%s", command.usage, command.help), 0;
         if (!arguments.problem.empty()) return Usage(name + ": " + arguments.problem);

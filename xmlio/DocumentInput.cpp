@@ -6,6 +6,7 @@
 #include <xercesc/util/BinInputStream.hpp>
 
 #include "platform/FileIO.h"
+#include "xmlio/DoctypeOverride.h"
 #include "platform/Utf.h"
 #include "xmlio/XercesText.h"
 
@@ -77,6 +78,17 @@ const std::vector<unsigned char>& Source::Head(std::size_t count) {
         m_budget.Arrived(m_head.size() - had);
     }
     return m_head;
+}
+
+bool Source::NameDtd(std::string_view systemId) {
+    constexpr std::size_t kMostHead = 1 << 20;
+    for (std::size_t count = 4096;; count *= 2) {
+        Head(count);
+        const auto outcome = doctype_override::NameDtd(m_head, m_ended, systemId);
+        if (outcome != doctype_override::Outcome::NeedMore)
+            return outcome == doctype_override::Outcome::Rewritten;
+        if (count >= kMostHead) return false;
+    }
 }
 
 xercesc::BinInputStream* Source::makeStream() const {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <xercesc/framework/LocalFileInputSource.hpp>
@@ -37,6 +38,10 @@ public:
     int OpenError() const { return m_openError; }
     // Up to the first `count` bytes of the document, read now if they have not been.
     const std::vector<unsigned char>& Head(std::size_t count);
+
+    // Makes the document name the DTD `systemId` in place of its own (DoctypeOverride.h), reading
+    // as much of it as that takes, up to 1 MiB; false when that is not possible.
+    bool NameDtd(std::string_view systemId);
 
     xercesc::BinInputStream* makeStream() const override;
 

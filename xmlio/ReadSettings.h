@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "BasicString.h"
+#include "platform/Export.h"
 
 // How the reads a thread starts behave, for as long as a scope of them lives on it: where they
 // look up DTDs, and whether their complaints go to standard error as well as among the
@@ -10,7 +11,7 @@
 // directory, which other threads may be reading with.
 namespace classxml::read_settings {
 
-class Scope {
+class CLASSXML_API Scope {
 public:
     // `dtdDirectory`: where DTDs are looked up, in place of the DTD directory (nothing: that
     // directory); `quiet`: nothing to standard error.
@@ -25,7 +26,7 @@ private:
 };
 
 // The settings in force on this thread.
-const std::optional<CBasicString<WideChar>>& DtdDirectory();
-bool Quiet();
+CLASSXML_API const std::optional<CBasicString<WideChar>>& DtdDirectory();
+CLASSXML_API bool Quiet();
 
 } // namespace classxml::read_settings
