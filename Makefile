@@ -7,6 +7,12 @@ SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 # checks the archive's DTDs as an independent validator).
 PACKAGES := cmake ninja-build g++ pkg-config libxerces-c-dev libboost-dev libtbb-dev \
             googletest libgtest-dev libgmock-dev libbenchmark-dev libxml2-utils
+# JOBS=N builds and tests N at a time (by default the build uses every core, the tests 2).
+JOBS ?=
+BUILD_JOBS := $(if $(JOBS),--parallel $(JOBS))
+TEST_JOBS := $(if $(JOBS),-j $(JOBS))
+export JOBS
+
 # Only the targets that need them install these.
 MEMCHECK_PACKAGES := valgrind
 FUZZ_PACKAGES := clang libclang-rt-14-dev
@@ -30,30 +36,35 @@ install-packages:
 
 build: deps
 	cmake --preset default
-	cmake --build --preset default
+	cmake --build --preset default $(BUILD_JOBS)
 
-demo: build
-	@dir=$$(mktemp -d) && build/default/tools/classxml demo "$$dir"
+# Only the library and the program: the demo itself runs in a moment, in a temporary folder
+# that it removes.
+demo: deps
+	cmake --preset default
+	cmake --build --preset default $(BUILD_JOBS) --target classxml_tool
+	@dir=$$(mktemp -d) && build/default/tools/classxml demo "$$dir"; status=$$?; \
+	    rm -rf "$$dir"; exit $$status
 
 test: build
-	ctest --preset default
+	ctest --preset default $(TEST_JOBS)
 
 asan: deps
 	cmake --preset asan
-	cmake --build --preset asan
-	ctest --preset asan
+	cmake --build --preset asan $(BUILD_JOBS)
+	ctest --preset asan $(TEST_JOBS)
 
 # The concurrency tests under ThreadSanitizer.
 tsan: deps
 	cmake --preset tsan
-	cmake --build --preset tsan
-	ctest --preset tsan
+	cmake --build --preset tsan $(BUILD_JOBS)
+	ctest --preset tsan $(TEST_JOBS)
 
 memcheck: deps
 	@$(MAKE) --no-print-directory install-packages LIST="$(MEMCHECK_PACKAGES)"
 	cmake --preset memcheck
-	cmake --build --preset memcheck
-	ctest --preset memcheck
+	cmake --build --preset memcheck $(BUILD_JOBS)
+	ctest --preset memcheck $(TEST_JOBS)
 
 # Kills every save path, and the pre-read extraction, at each call that changes a file, and
 # checks that nothing was lost, also after a power loss at that moment (Linux).
@@ -70,7 +81,7 @@ FUZZ_ENV := LSAN_OPTIONS=suppressions=$(CURDIR)/tests/lsan.supp \
 fuzz: deps
 	@$(MAKE) --no-print-directory install-packages LIST="$(FUZZ_PACKAGES)"
 	cmake --preset fuzz
-	cmake --build --preset fuzz
+	cmake --build --preset fuzz $(BUILD_JOBS)
 	@mkdir -p build/fuzz/artifacts
 	@for t in $(FUZZ_TARGETS); do \
 	    mkdir -p build/fuzz/corpus/$$t; \
@@ -89,13 +100,13 @@ windows: deps
 	@$(MAKE) --no-print-directory install-packages LIST="$(WINDOWS_PACKAGES)"
 	cmake/windows/build-dependencies.sh build/windows-deps
 	cmake --preset windows
-	cmake --build --preset windows
+	cmake --build --preset windows $(BUILD_JOBS)
 	cmake/windows/run-tests.sh build/windows build/windows-deps/prefix
 
 bench: deps
 	@$(MAKE) --no-print-directory install-packages LIST="$(BENCH_PACKAGES)"
 	cmake --preset bench
-	cmake --build --preset bench
+	cmake --build --preset bench $(BUILD_JOBS)
 	@for b in build/bench/bench/bench_*; do echo "== $$b"; $$b || exit 1; done
 
 # The API reference from the public headers, in build/docs/html; any Doxygen warning fails it.
@@ -108,7 +119,7 @@ docs:
 PREFIX ?= /usr/local
 install: deps
 	cmake --preset release
-	cmake --build --preset release
+	cmake --build --preset release $(BUILD_JOBS)
 	cmake --install build/release --prefix "$(PREFIX)" --strip
 
 clean:

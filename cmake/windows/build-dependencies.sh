@@ -8,7 +8,7 @@ cache=$(realpath -m "$1")
 here=$(cd "$(dirname "$0")" && pwd)
 prefix=$cache/prefix
 toolchain=$here/mingw-w64.cmake
-jobs=$(nproc)
+jobs=${JOBS:-$(nproc)}
 mkdir -p "$cache/src" "$prefix"
 
 # Boost is header-only here; a folder holding nothing but a link keeps /usr/include itself

@@ -14,7 +14,7 @@ mkdir -p "$WINEPREFIX"
 # One server for the whole run: starting one for every test process costs seconds each.
 wineserver -p
 wineboot -i > "$build/wineboot.log" 2>&1 # never piped: Wine's services keep a pipe open
-ctest --test-dir "$build" --output-on-failure -j 2 --timeout 900
+ctest --test-dir "$build" --output-on-failure -j "${JOBS:-2}" --timeout 900
 status=$?
 wineserver -k
 exit $status
