@@ -217,6 +217,38 @@ TEST_F(StreamReaderTest, ValidatesAndRefusesAsTheDomReadersDo) {
                          "<!ENTITY f '&d;&d;&d;&d;&d;&d;&d;'>]><r>&f;&f;&f;&f;&f;&f;&f;</r>");
 }
 
+// Validated against a DTD the document does not name: a DOCTYPE's external id gives way to it
+// (its internal subset stays), a document without one is given one, in either encoding.
+TEST_F(StreamReaderTest, ValidatesAgainstADtdTheDocumentDoesNotName) {
+    std::filesystem::create_directories(dir / "sub");
+    WriteFile(dir / "sub" / "other.dtd", "<!ELEMENT r (q*)>\n<!ELEMENT q (#PCDATA)>\n");
+    const auto utf16 = [](const std::string& ascii) {
+        std::string bytes = "\xFF\xFE";
+        for (const char c : ascii)
+            bytes += {c, '\0'};
+        return bytes;
+    };
+    const std::string comments = "<!--" + std::string(2 << 20, '-') + "-->"; // past 1 MiB
+    for (const auto& [xml, valid] : std::vector<std::pair<std::string, bool>>{
+             {"<?xml version=\"1.0\"?>\n<!-- q -->\n<r><q>1</q></r>", true},
+             {"<!DOCTYPE r SYSTEM \"r.dtd\"><r><q/></r>", true},
+             {"<!DOCTYPE r PUBLIC \"-//x//y\" 'r.dtd' [<!ENTITY e 'q'>]><r><q>&e;</q></r>", true},
+             {utf16("<?xml version=\"1.0\" encoding=\"UTF-16\"?><r><q>1</q></r>"), true},
+             {"<r><p>1</p></r>", false},
+             {"<!DOCTYPE q SYSTEM \"r.dtd\"><r/>", false},
+             {comments + "<r/>", false},
+         }) {
+        WriteFile(dir / "doc.xml", xml);
+        StreamReader reader;
+        reader.ValidateAgainst(WidePath(dir / "sub" / "other.dtd"));
+        reader.OpenFile(WidePath(dir / "doc.xml"));
+        Event event;
+        while ((event = reader.Next()) != Event::End && event != Event::Error) {
+        }
+        EXPECT_EQ(event == Event::End, valid) << xml.substr(0, 80);
+    }
+}
+
 // The events themselves: names, attributes, depth, text, and skipping a subtree.
 TEST_F(StreamReaderTest, DeliversEventsAndSkipsSubtrees) {
     const std::string xml = "<r a=\"1\" c=\"2\" d=\"3\" e=\"4\" "
