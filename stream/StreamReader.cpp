@@ -92,7 +92,7 @@ public:
         m_sourceId = path ? *path : CBasicString<WideChar>(WIDE("standard input"));
         CBasicString<WideChar> dtdDirectory = CXercesIO::GetDtdDirectory();
         if (m_dtdFile && m_openError == 0) { // named by its file name, found in its folder
-            const std::size_t slash = m_dtdFile->find_last_of(u"/\\");
+            const std::size_t slash = m_dtdFile->find_last_of(WIDE("/\\"));
             dtdDirectory =
                 slash == View::npos ? CBasicString<WideChar>() : m_dtdFile->substr(0, slash + 1);
             const auto name = platform::Utf16ToUtf8(View(*m_dtdFile).substr(slash + 1));

@@ -17,7 +17,7 @@ using View = StreamReader::View;
 void AppendEscaped(View text, bool attribute, std::string& out) {
     std::size_t plain = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const char16_t unit = text[i];
+        const WideChar unit = text[i];
         const char* escape = unit == '&'                 ? "&amp;"
                              : unit == '<'               ? "&lt;"
                              : unit == '>'               ? "&gt;"
@@ -34,7 +34,7 @@ void AppendEscaped(View text, bool attribute, std::string& out) {
     platform::AppendUtf16ToUtf8(text.substr(plain), out);
 }
 
-bool IsSpace(View text) { return text.find_first_not_of(u" \t\r\n") == View::npos; }
+bool IsSpace(View text) { return text.find_first_not_of(WIDE(" \t\r\n")) == View::npos; }
 
 class Formatter : public TextPieces {
 public:
@@ -126,9 +126,9 @@ private:
         m_out += "<!DOCTYPE ";
         platform::AppendUtf16ToUtf8(reader.DocTypeName(), m_out);
         const auto quoted = [&](View id) {
-            m_out += id.find(u'"') == View::npos ? " \"" : " '";
+            m_out += id.find(WideChar('"')) == View::npos ? " \"" : " '";
             platform::AppendUtf16ToUtf8(id, m_out);
-            m_out += id.find(u'"') == View::npos ? "\"" : "'";
+            m_out += id.find(WideChar('"')) == View::npos ? "\"" : "'";
         };
         if (!reader.DocTypePublicId().empty()) {
             m_out += " PUBLIC";
