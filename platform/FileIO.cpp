@@ -13,6 +13,7 @@
 #include <io.h>
 #include <share.h>
 #include <sys/stat.h>
+#include <windows.h>
 #else
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -49,6 +50,10 @@ int OpenFile(const CBasicString<WideChar>& path, const OpenOptions& options, int
     const int permission = options.writablePermission ? (_S_IREAD | _S_IWRITE) : _S_IREAD;
     int descriptor = -1;
     error = _wsopen_s(&descriptor, WidePath(path), flags, share, permission);
+    // Windows refuses to open a folder as a file with "access denied"; the reason is the folder.
+    const DWORD attributes = error == EACCES ? GetFileAttributesW(WidePath(path)) : 0;
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
+        error = EISDIR;
     return error == 0 ? descriptor : -1;
 }
 
