@@ -54,30 +54,19 @@ void Markup::AppendEscaped(View text) {
 
 void Markup::AppendText(View text) { AppendEscaped<false>(text); }
 
+// Only ASCII needs escaping, and no byte of a multi-byte sequence is ASCII: the runs between the
+// bytes to escape convert whole, as the same text converted at once would.
 void Markup::AppendTextUtf8(std::string_view text) {
-    for (std::size_t at = 0; at < text.size();) {
-        const auto byte = static_cast<unsigned char>(text[at]);
-        if (byte < 0x80) {
-            const auto unit = static_cast<WideChar>(byte);
-            if (NeedsEscape<false>(unit))
-                m_pending.append(EscapeOf(unit));
-            else
-                m_pending.push_back(unit);
-            ++at;
-            continue;
-        }
-        char32_t point = 0;
-        at += platform::DecodeUtf8(
-            {reinterpret_cast<const char8_t*>(text.data()) + at, text.size() - at}, point);
-        if (point >= 0x10000) {
-            point -= 0x10000;
-            m_pending.push_back(static_cast<WideChar>(0xD800 + (point >> 10)));
-            m_pending.push_back(static_cast<WideChar>(0xDC00 + (point & 0x3FF)));
-        } else {
-            m_pending.push_back(static_cast<WideChar>(point));
-        }
-        FlushIfFull();
+    const auto* const bytes = reinterpret_cast<const char8_t*>(text.data());
+    std::size_t run = 0;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const auto unit = static_cast<WideChar>(bytes[at]);
+        if (unit >= 0x80 || !NeedsEscape<false>(unit)) continue;
+        platform::AppendUtf8ToUtf16({bytes + run, at - run}, m_pending);
+        m_pending.append(EscapeOf(unit));
+        run = at + 1;
     }
+    platform::AppendUtf8ToUtf16({bytes + run, text.size() - run}, m_pending);
     FlushIfFull();
 }
 
