@@ -25,32 +25,16 @@ void EventReader::ChooseScanner(bool wellFormednessOnly) {
     setDTDHandler(&m_locatorCatcher);
 }
 
-Event& EventReader::Push(Event::Kind kind) {
-    if (m_count == m_events.size()) m_events.emplace_back();
-    Event& event = m_events[m_count++];
-    event.kind = kind;
-    event.attributes = nullptr;
-    event.attributeCount = 0;
-    event.taken = 0;
-    if (kind == Event::Kind::Text) event.text.clear();
-    return event;
-}
-
-Event& EventReader::PushElement(Event::Kind kind, const xercesc::XMLElementDecl& element) {
-    Event& event = Push(kind);
-    event.name = element.getFullName();
-    event.nameLength = Event::kUncounted;
-    return event;
-}
-
 void EventReader::startDocument() {
     m_ended = false;
     m_depth = 0;
+    m_knownNames = {};                  // the declarations of another document
     SAX2XMLReaderImpl::startDocument(); // gives the content handler the locator
 }
 
 void EventReader::endDocument() {
     m_ended = true;
+    m_ready = m_count;
     SAX2XMLReaderImpl::endDocument();
 }
 
@@ -72,47 +56,6 @@ void EventReader::doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* 
     m_docType = {CBasicString<WideChar>(xerces_text::ViewOf(publicId)),
                  CBasicString<WideChar>(xerces_text::ViewOf(systemId)), hasIntSubset};
     SAX2XMLReaderImpl::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);
-}
-
-void EventReader::startElement(const xercesc::XMLElementDecl& element, const unsigned int,
-                               const XMLCh* const,
-                               const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
-                               const XMLSize_t attributeCount, const bool isEmpty, const bool) {
-    Event& event = PushElement(Event::Kind::StartElement, element);
-    event.attributes = &attributes;
-    event.attributeCount = attributeCount;
-    ++m_depth;
-    if (isEmpty) { // the scanner reports no end of an empty-element tag
-        PushElement(Event::Kind::EndElement, element);
-        --m_depth;
-    }
-}
-
-void EventReader::endElement(const xercesc::XMLElementDecl& element, const unsigned int, const bool,
-                             const XMLCh* const) {
-    PushElement(Event::Kind::EndElement, element);
-    --m_depth;
-}
-
-void EventReader::Characters(const XMLCh* characters, XMLSize_t length) {
-    if (m_depth == 0) return; // white space around the root element
-    if (m_sending && !HasEvents()) {
-        if (m_pieces && (m_piecesDepth == 0 || m_piecesDepth == m_depth))
-            m_pieces->Take({reinterpret_cast<const WideChar*>(characters), length});
-        return;
-    }
-    const bool joins = HasEvents() && m_events[m_count - 1].kind == Event::Kind::Text;
-    Event& event = joins ? m_events[m_count - 1] : Push(Event::Kind::Text);
-    event.text.append(reinterpret_cast<const WideChar*>(characters), length);
-}
-
-void EventReader::docCharacters(const XMLCh* const characters, const XMLSize_t length, const bool) {
-    Characters(characters, length);
-}
-
-void EventReader::ignorableWhitespace(const XMLCh* const characters, const XMLSize_t length,
-                                      const bool) {
-    Characters(characters, length);
 }
 
 } // namespace classxml::stream_detail

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include <xercesc/framework/XMLAttr.hpp>
+#include <xercesc/framework/XMLElementDecl.hpp>
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
 
@@ -26,34 +28,27 @@ struct Event {
         const XMLCh* value = nullptr;
     };
 
-    // The attribute at `index`, below attributeCount. The first few are taken from the
-    // scanner's list together when one is first asked for: an element is usually asked for
-    // several, and class XML elements have one to three.
+    // The attribute at `index`, below attributeCount. The first few are kept as they are taken
+    // from the scanner's list, in order: an element is often asked for several, and class XML
+    // elements have one to three.
     Attribute AttributeAt(std::size_t index) const {
         if (index >= kTaken) return Take(index);
-        if (taken == 0) {
-            taken = std::min(attributeCount, kTaken);
-            for (std::size_t i = 0; i < taken; ++i)
-                firstAttributes[i] = Take(i);
-        }
+        for (; taken <= index; ++taken)
+            firstAttributes[taken] = Take(taken);
         return firstAttributes[index];
     }
-    // The name's length, counted the first time it is asked for.
-    std::size_t NameLength() const {
-        if (nameLength == kUncounted) nameLength = xercesc::XMLString::stringLen(name);
-        return nameLength;
-    }
 
-    static constexpr std::size_t kUncounted = std::size_t(-1);
     static constexpr std::size_t kTaken = 4;
     Kind kind = Kind::Text;
-    const XMLCh* name = nullptr; // of an element
-    mutable std::size_t nameLength = kUncounted;
+    const XMLCh* name = nullptr; // of an element, in its declaration, which lasts the document
+    std::size_t nameLength = 0;
     const xercesc::RefVectorOf<xercesc::XMLAttr>* attributes = nullptr; // of a start tag
     std::size_t attributeCount = 0;
     mutable std::size_t taken = 0; // of the first attributes, into firstAttributes
     mutable std::array<Attribute, kTaken> firstAttributes;
-    CBasicString<WideChar> text; // character data, CDATA sections included
+    // Character data, CDATA sections included: a vector, so that handing it on is a swap of
+    // three pointers.
+    std::vector<WideChar> text;
 
 private:
     Attribute Take(std::size_t index) const {
@@ -99,12 +94,15 @@ public:
     // Character data becomes Text events again.
     void QueueText() { m_sending = false; }
 
-    // The events queued and not yet taken, oldest first.
+    // The events queued and not yet taken, oldest first: all of them (HasEvents), or those that
+    // are complete (HasReady). A text is complete once something other than text follows it,
+    // or the document ends; MakeReady completes it where the scan stopped.
     bool HasEvents() const { return m_head < m_count; }
-    std::size_t Queued() const { return m_count - m_head; }
+    bool HasReady() const { return m_head < m_ready; }
+    void MakeReady() { m_ready = m_count; }
     Event& Front() { return m_events[m_head]; }
     void PopFront() {
-        if (++m_head == m_count) m_head = m_count = 0; // all taken: the storage is used again
+        if (++m_head == m_count) m_head = m_ready = m_count = 0; // all taken: storage reused
     }
     // Whether the scanner has reached the end of the document.
     bool Ended() const { return m_ended; }
@@ -113,17 +111,30 @@ public:
 
     void startDocument() override;
     void endDocument() override;
-    void startElement(const xercesc::XMLElementDecl& element, const unsigned int uriId,
-                      const XMLCh* const prefix,
-                      const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
-                      const XMLSize_t attributeCount, const bool isEmpty,
-                      const bool isRoot) override;
-    void endElement(const xercesc::XMLElementDecl& element, const unsigned int uriId,
-                    const bool isRoot, const XMLCh* const prefix) override;
-    void docCharacters(const XMLCh* const characters, const XMLSize_t length,
-                       const bool cdataSection) override;
+    // The handlers of the scanner's events, inline: they run once per event.
+    void startElement(const xercesc::XMLElementDecl& element, const unsigned int,
+                      const XMLCh* const, const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
+                      const XMLSize_t attributeCount, const bool isEmpty, const bool) override {
+        Event& event = PushElement(Event::Kind::StartElement, element);
+        event.attributes = &attributes;
+        event.attributeCount = attributeCount;
+        if (isEmpty) // the scanner reports no end of an empty-element tag
+            PushElement(Event::Kind::EndElement, element);
+        else
+            ++m_depth;
+    }
+    void endElement(const xercesc::XMLElementDecl& element, const unsigned int, const bool,
+                    const XMLCh* const) override {
+        PushElement(Event::Kind::EndElement, element);
+        --m_depth;
+    }
+    void docCharacters(const XMLCh* const characters, const XMLSize_t length, const bool) override {
+        Characters(characters, length);
+    }
     void ignorableWhitespace(const XMLCh* const characters, const XMLSize_t length,
-                             const bool cdataSection) override;
+                             const bool) override {
+        Characters(characters, length);
+    }
     void XMLDecl(const XMLCh* const version, const XMLCh* const encoding,
                  const XMLCh* const standalone, const XMLCh* const actualEncoding) override;
     void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* const publicId,
@@ -142,17 +153,64 @@ private:
         const xercesc::Locator* locator = nullptr;
     };
 
-    Event& Push(Event::Kind kind);
-    Event& PushElement(Event::Kind kind, const xercesc::XMLElementDecl& element);
-    void Characters(const XMLCh* characters, XMLSize_t length);
+    Event& Push(Event::Kind kind) {
+        if (m_count == m_events.size()) m_events.emplace_back();
+        Event& event = m_events[m_count++];
+        event.kind = kind;
+        event.taken = 0;
+        return event;
+    }
+    // An element's start or end, which completes the events before it.
+    Event& PushElement(Event::Kind kind, const xercesc::XMLElementDecl& element) {
+        Event& event = Push(kind);
+        const KnownName& known = NameOf(element);
+        event.name = known.name;
+        event.nameLength = known.length;
+        event.attributes = nullptr;
+        event.attributeCount = 0;
+        m_ready = m_count;
+        return event;
+    }
+    // An element's name and its length, kept by its declaration: a document's elements have
+    // few names, and the scanner keeps one declaration for each for the whole document.
+    struct KnownName {
+        const xercesc::XMLElementDecl* element = nullptr;
+        const XMLCh* name = nullptr;
+        std::size_t length = 0;
+    };
+    const KnownName& NameOf(const xercesc::XMLElementDecl& element) {
+        const auto slot = reinterpret_cast<std::uintptr_t>(&element) / alignof(std::max_align_t);
+        KnownName& known = m_knownNames[slot % m_knownNames.size()];
+        if (known.element != &element) {
+            const XMLCh* name = element.getFullName();
+            known = {&element, name, xercesc::XMLString::stringLen(name)};
+        }
+        return known;
+    }
+    void Characters(const XMLCh* characters, XMLSize_t length) {
+        if (m_depth == 0) return; // white space around the root element
+        if (m_sending && !HasEvents()) {
+            if (m_pieces && (m_piecesDepth == 0 || m_piecesDepth == m_depth))
+                m_pieces->Take({reinterpret_cast<const WideChar*>(characters), length});
+            return;
+        }
+        Event* event = HasEvents() ? &m_events[m_count - 1] : nullptr;
+        if (!event || event->kind != Event::Kind::Text) { // else it joins the text before
+            event = &Push(Event::Kind::Text);
+            event->text.clear();
+        }
+        event->text.insert(event->text.end(), characters, characters + length);
+    }
 
     xercesc::MemoryManager* m_memory;
     LocatorCatcher m_locatorCatcher;
     std::vector<Event> m_events; // [m_head, m_count) are queued
     std::size_t m_head = 0;
+    std::size_t m_ready = 0; // [m_head, m_ready) are complete
     std::size_t m_count = 0;
     std::size_t m_depth = 0; // of the scanner, ahead of the consumer by the events queued
     bool m_ended = false;
+    std::array<KnownName, 16> m_knownNames;
     const XMLCh* m_docTypeName = nullptr; // in its declaration, which lasts the document
     stream_detail::DocType m_docType;
     bool m_sending = false; // character data goes to m_pieces, not into events

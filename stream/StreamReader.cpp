@@ -132,17 +132,19 @@ public:
     }
 
     Event Next() {
-        if (m_state == State::Done) return m_final;
-        if (m_state == State::New) return Finish(Event::Error);
-        if (m_current) m_parser->PopFront();
+        if (m_current)
+            m_parser->PopFront();
+        else if (m_state != State::Reading) // not yet opened, or done
+            return m_state == State::Done ? m_final : Finish(Event::Error);
         m_current = false;
-        // A text event is complete once something else follows it.
-        while (!m_parser->HasEvents() ||
-               (m_parser->Queued() == 1 && m_parser->Front().kind == Kind::Text)) {
-            if (m_stopped || m_parser->Ended()) break;
+        while (!m_parser->HasReady()) {
+            if (m_stopped || m_parser->Ended()) {
+                m_parser->MakeReady(); // a text cut off where the scan stopped
+                if (!m_parser->HasReady()) return Finish(Verdict());
+                break;
+            }
             m_stopped = !Step();
         }
-        if (!m_parser->HasEvents()) return Finish(Verdict());
         m_current = true;
         ++m_serial;
         stream_detail::Event& event = m_parser->Front();
@@ -178,7 +180,7 @@ public:
         for (bool reading = true; reading;) {
             switch (Next()) {
             case Event::Text: // queued before the text went to `pieces`
-                if (pieces && m_depth == inside) pieces->Take(m_text);
+                if (pieces && m_depth == inside) pieces->Take(TextView());
                 break;
             case Event::EndElement:
                 ended = m_depth == inside - 1;
@@ -237,7 +239,7 @@ public:
     void ValidateAgainst(View dtdFile) { m_dtdFile.emplace(dtdFile); }
     int OpenError() const { return m_openError; }
     const std::string& ValueProblem() const { return m_valueProblem; }
-    const CBasicString<WideChar>& Text() const { return m_text; }
+    View TextView() const { return View(m_text.data(), m_text.size()); }
 
     std::string_view NameUtf8(const XMLCh* name) {
         auto [entry, added] = m_names.try_emplace(name);
@@ -254,7 +256,7 @@ public:
         return m_attributes[index];
     }
     std::string_view TextUtf8() {
-        if (m_textSerial != m_serial) Converted(m_text, m_textUtf8);
+        if (m_textSerial != m_serial) Converted(TextView(), m_textUtf8);
         m_textSerial = m_serial;
         return m_textUtf8;
     }
@@ -385,7 +387,7 @@ private:
     bool m_stopped = false; // the scanner stopped: it must not be stepped again
     std::size_t m_depth = 0;
     TextPieces* m_userPieces = nullptr;
-    CBasicString<WideChar> m_text; // of the last Text event
+    std::vector<WideChar> m_text; // of the last Text event
     std::string m_valueProblem;
     // UTF-8 forms: names by their declaration, which lasts the document; the rest by event.
     std::uint64_t m_serial = 0; // of the current event
@@ -465,7 +467,7 @@ void StreamReader::SetTextPieces(TextPieces* pieces) { m_impl->SetTextPieces(pie
 View StreamReader::Name() const {
     const auto* event = m_impl->Current();
     return event && event->kind != stream_detail::Event::Kind::Text
-               ? View(reinterpret_cast<const WideChar*>(event->name), event->NameLength())
+               ? View(reinterpret_cast<const WideChar*>(event->name), event->nameLength)
                : View();
 }
 
@@ -493,15 +495,17 @@ View StreamReader::AttributeValue(std::size_t index) const {
 namespace {
 
 // The index of the attribute `name` (UTF-16 or ASCII-compatible UTF-8), or the count when there
-// is none.
+// is none. Most candidates differ in their first unit.
 template <class Name>
 std::size_t IndexOf(const stream_detail::Event& event, Name name) {
+    using Unit = std::make_unsigned_t<typename Name::value_type>;
+    if (name.empty()) return event.attributeCount; // no attribute is unnamed
+    const auto unitAt = [&](std::size_t i) { return XMLCh(static_cast<Unit>(name[i])); };
     for (std::size_t i = 0; i < event.attributeCount; ++i) {
         const XMLCh* candidate = event.AttributeAt(i).name;
-        std::size_t same = 0;
-        while (same < name.size() && candidate[same] != 0 &&
-               candidate[same] ==
-                   XMLCh(static_cast<std::make_unsigned_t<typename Name::value_type>>(name[same])))
+        if (candidate[0] != unitAt(0)) continue;
+        std::size_t same = 1;
+        while (same < name.size() && candidate[same] == unitAt(same) && candidate[same] != 0)
             ++same;
         if (same == name.size() && candidate[same] == 0) return i;
     }
@@ -532,7 +536,7 @@ std::optional<std::string_view> StreamReader::AttributeUtf8(std::string_view nam
 }
 
 View StreamReader::Text() const {
-    return m_impl->CurrentOf(stream_detail::Event::Kind::Text) ? View(m_impl->Text()) : View();
+    return m_impl->CurrentOf(stream_detail::Event::Kind::Text) ? m_impl->TextView() : View();
 }
 
 std::string_view StreamReader::TextUtf8() const {

@@ -9,11 +9,6 @@ thread_local Budget* t_activeBudget = nullptr;
 
 } // namespace
 
-bool Budget::Deliver(std::uint64_t characters) {
-    m_characters += characters;
-    return m_characters <= kCharactersPerByte * m_read + kCharacterAllowance;
-}
-
 bool Budget::Take(std::uint64_t bytes) {
     if (m_memory + bytes > kMemoryPerByte * m_read + kMemoryAllowance && !m_memoryExceeded) {
         m_memoryExceeded = true;

@@ -39,7 +39,10 @@ public:
 
     // False past the limit.
     static bool Allows(std::size_t depth) { return depth <= kMaxDepth; }
-    bool Deliver(std::uint64_t characters);
+    bool Deliver(std::uint64_t characters) { // on every piece of text: inline
+        m_characters += characters;
+        return m_characters <= kCharactersPerByte * m_read + kCharacterAllowance;
+    }
 
     // Memory taken and given back by the parse's allocations; Take answers false the first
     // time the limit would be passed. What the parse needs to unwind after that is let through.
