@@ -17,16 +17,25 @@ using View = CBasicStringView<WideChar>;
 constexpr View kVarName = WIDE("varname");
 constexpr View kKeyType = WIDE("keytype");
 
-// Names and type texts are nearly always ASCII, compared here without a conversion.
-bool SameText(View wide, std::string_view utf8) {
-    const std::size_t shorter = std::min(wide.size(), utf8.size());
+// `wide` and the longer `utf8` as the same text, which is then not ASCII.
+bool SameLongerText(View wide, std::string_view utf8) {
     std::size_t i = 0;
-    while (i < shorter && static_cast<unsigned char>(utf8[i]) < 0x80 &&
+    while (i < wide.size() && static_cast<unsigned char>(utf8[i]) < 0x80 &&
            wide[i] == WideChar(utf8[i]))
         ++i;
-    if (i == shorter) return wide.size() == utf8.size();
-    if (static_cast<unsigned char>(utf8[i]) < 0x80) return false; // an ASCII character differs
+    if (i < wide.size() && static_cast<unsigned char>(utf8[i]) < 0x80) return false;
     return Utf8Of(wide.substr(i)) == utf8.substr(i);
+}
+
+// Names and type texts are nearly always ASCII, compared here without a conversion. UTF-8 takes
+// more code units than UTF-16 for any text that is not ASCII, and as many for ASCII.
+inline bool SameText(View wide, std::string_view utf8) {
+    if (utf8.size() != wide.size()) return utf8.size() > wide.size() && SameLongerText(wide, utf8);
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        const auto unit = static_cast<unsigned char>(utf8[i]);
+        if (unit >= 0x80 || wide[i] != unit) return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -295,8 +304,9 @@ void StreamDocumentReader::Leave() {
     if (m_open == 0) return;
     const Frame& top = m_frames[m_open - 1];
     if (top.live) {
-        while (NextChild())
-            SkipChild();
+        if (!top.ended)
+            while (NextChild())
+                SkipChild();
         m_pending = false;
         for (std::size_t i = top.aside; i < m_held.size(); ++i) {
             const Held& held = m_held[i];
@@ -304,7 +314,7 @@ void StreamDocumentReader::Leave() {
             for (const auto& [name, value] : held.attributes)
                 m_heldBytes -= 2 * (name.size() + value.size());
         }
-        m_held.resize(top.aside);
+        if (top.aside < m_held.size()) m_held.resize(top.aside);
     }
     --m_open;
     m_path.Leave();

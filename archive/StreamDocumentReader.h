@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -118,7 +117,10 @@ private:
     bool m_pending = false;      // the reader stands on the start tag of a child not entered
     View m_childName;            // that child's name
     bool m_onStartTag = false;   // the reader stands on the start tag of the innermost element
-    std::deque<Held> m_held;     // elements passed over, for their class elements' later asks
+    // Elements passed over, for their class elements' later asks. Elements are held only while
+    // the innermost open element is live, when no replayed frame (whose name is a view into
+    // this) is open, so that it may grow as a vector.
+    std::vector<Held> m_held;
     std::size_t m_heldBytes = 0;
     std::string m_rootName; // the path's first step
 };

@@ -112,9 +112,15 @@ private:
     static constexpr std::size_t kSlice = 16 * 1024;
     static bool IsHighSurrogate(WideChar unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
     static bool IsLowSurrogate(WideChar unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+    // Up to three bytes a unit; a short text (most are) is converted on the stack.
     void Append(CBasicStringView<WideChar> units) {
-        m_converted.resize(3 * units.size());
-        m_text.Append(m_converted.data(), platform::EncodeUtf16AsUtf8(units, m_converted.data()));
+        char local[3 * 64];
+        char* converted = local;
+        if (units.size() > 64) {
+            m_converted.resize(3 * units.size());
+            converted = m_converted.data();
+        }
+        m_text.Append(converted, platform::EncodeUtf16AsUtf8(units, converted));
     }
 
     Assembled<std::string> m_text;
