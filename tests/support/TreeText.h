@@ -32,6 +32,8 @@ inline void Start(TreeText& tree, View name, Attributes attributes) {
         tree += WIDE("\x01@") + attribute + WIDE("\x01=") + value;
 }
 
+inline void End(TreeText& tree, View name) { (tree += WIDE("\x01>")) += name; }
+
 inline void Flush(TreeText& tree, TreeText& text) {
     if (text.empty()) return;
     tree += WIDE("\x01T") + text;
@@ -56,7 +58,7 @@ inline void Walk(const xercesc::DOMNode* parent, TreeText& tree, TreeText& text)
             Start(tree, ViewOf(child->getNodeName()), std::move(attributes));
             Walk(child, tree, text);
             Flush(tree, text);
-            tree += WIDE("\x01>");
+            End(tree, ViewOf(child->getNodeName()));
             break;
         }
         case xercesc::DOMNode::TEXT_NODE:
@@ -99,7 +101,7 @@ inline std::optional<TreeText> TreeOf(StreamReader& reader) {
             break;
         case StreamReader::Event::EndElement:
             Flush(tree, text);
-            tree += WIDE("\x01>");
+            End(tree, reader.Name());
             break;
         case StreamReader::Event::End:
             return tree;
