@@ -40,8 +40,9 @@ struct Event {
 
     static constexpr std::size_t kTaken = 4;
     Kind kind = Kind::Text;
-    const XMLCh* name = nullptr; // of an element, in its declaration, which lasts the document
-    std::size_t nameLength = 0;
+    // Of an element, which lasts the document; its name is asked of the reader (NameOf), as
+    // an end tag's seldom is.
+    const xercesc::XMLElementDecl* element = nullptr;
     const xercesc::RefVectorOf<xercesc::XMLAttr>* attributes = nullptr; // of a start tag
     std::size_t attributeCount = 0;
     mutable std::size_t taken = 0; // of the first attributes, into firstAttributes
@@ -104,6 +105,23 @@ public:
     void PopFront() {
         if (++m_head == m_count) m_head = m_ready = m_count = 0; // all taken: storage reused
     }
+    // An element's name and its length, kept by its declaration: a document's elements have
+    // few names, and the scanner keeps one declaration for each for the whole document.
+    struct KnownName {
+        const xercesc::XMLElementDecl* element = nullptr;
+        const XMLCh* name = nullptr;
+        std::size_t length = 0;
+    };
+    // The name of an element, with its length.
+    const KnownName& NameOf(const xercesc::XMLElementDecl& element) {
+        const auto slot = reinterpret_cast<std::uintptr_t>(&element) / alignof(std::max_align_t);
+        KnownName& known = m_knownNames[slot % m_knownNames.size()];
+        if (known.element != &element) {
+            const XMLCh* name = element.getFullName();
+            known = {&element, name, xercesc::XMLString::stringLen(name)};
+        }
+        return known;
+    }
     // Whether the scanner has reached the end of the document.
     bool Ended() const { return m_ended; }
     // Where the scanner stands, once the document has started.
@@ -163,29 +181,11 @@ private:
     // An element's start or end, which completes the events before it.
     Event& PushElement(Event::Kind kind, const xercesc::XMLElementDecl& element) {
         Event& event = Push(kind);
-        const KnownName& known = NameOf(element);
-        event.name = known.name;
-        event.nameLength = known.length;
+        event.element = &element;
         event.attributes = nullptr;
         event.attributeCount = 0;
         m_ready = m_count;
         return event;
-    }
-    // An element's name and its length, kept by its declaration: a document's elements have
-    // few names, and the scanner keeps one declaration for each for the whole document.
-    struct KnownName {
-        const xercesc::XMLElementDecl* element = nullptr;
-        const XMLCh* name = nullptr;
-        std::size_t length = 0;
-    };
-    const KnownName& NameOf(const xercesc::XMLElementDecl& element) {
-        const auto slot = reinterpret_cast<std::uintptr_t>(&element) / alignof(std::max_align_t);
-        KnownName& known = m_knownNames[slot % m_knownNames.size()];
-        if (known.element != &element) {
-            const XMLCh* name = element.getFullName();
-            known = {&element, name, xercesc::XMLString::stringLen(name)};
-        }
-        return known;
     }
     void Characters(const XMLCh* characters, XMLSize_t length) {
         if (m_depth == 0) return; // white space around the root element

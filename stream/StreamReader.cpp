@@ -231,6 +231,11 @@ public:
         const stream_detail::Event* event = Current();
         return event && event->kind == kind ? event : nullptr;
     }
+    // The current start or end tag's name.
+    const stream_detail::EventReader::KnownName* ElementName() const {
+        const stream_detail::Event* event = Current();
+        return event && event->kind != Kind::Text ? &m_parser->NameOf(*event->element) : nullptr;
+    }
     std::size_t Depth() const { return m_depth; }
     const XMLCh* DocTypeName() const { return m_parser ? m_parser->DocTypeName() : nullptr; }
     const stream_detail::DocType* DocType() const {
@@ -465,16 +470,13 @@ const std::string& StreamReader::ValueProblem() const { return m_impl->ValueProb
 void StreamReader::SetTextPieces(TextPieces* pieces) { m_impl->SetTextPieces(pieces); }
 
 View StreamReader::Name() const {
-    const auto* event = m_impl->Current();
-    return event && event->kind != stream_detail::Event::Kind::Text
-               ? View(reinterpret_cast<const WideChar*>(event->name), event->nameLength)
-               : View();
+    const auto* name = m_impl->ElementName();
+    return name ? View(reinterpret_cast<const WideChar*>(name->name), name->length) : View();
 }
 
 std::string_view StreamReader::NameUtf8() const {
-    const auto* event = m_impl->Current();
-    return event && event->kind != stream_detail::Event::Kind::Text ? m_impl->NameUtf8(event->name)
-                                                                    : std::string_view();
+    const auto* name = m_impl->ElementName();
+    return name ? m_impl->NameUtf8(name->name) : std::string_view();
 }
 
 std::size_t StreamReader::AttributeCount() const {
