@@ -163,6 +163,7 @@ public:
 
     // Passes over text, holding none of it.
     Event NextTag() {
+        if (!m_parser) return Next(); // not reading: answers as Next does
         m_parser->SendText(nullptr, 0);
         Event event;
         while ((event = Next()) == Event::Text) {
@@ -283,6 +284,7 @@ private:
 
     // Character data goes where the application asked for it.
     void RestoreText() {
+        if (!m_parser) return; // not reading: set when it starts
         if (m_userPieces)
             m_parser->SendText(m_userPieces, 0);
         else
@@ -300,6 +302,7 @@ private:
         m_source = std::move(source);
         const bool started = Stepped([&] {
             m_parser = std::make_unique<Parser>(*m_budget, m_memory.get());
+            RestoreText(); // where SetTextPieces sent it before the reading started
             // A document that names no DTD has nothing to validate and no entities: the scanner
             // for well-formedness alone reads it the same, faster.
             m_parser->ChooseScanner(namesNoDtd);

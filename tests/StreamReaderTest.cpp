@@ -288,9 +288,33 @@ TEST_F(StreamReaderTest, DeliversEventsAndSkipsSubtrees) {
     EXPECT_EQ(reader.Next(), Event::EndElement);
     EXPECT_EQ(reader.Next(), Event::End);
     EXPECT_EQ(reader.Next(), Event::End);
-    StreamReader unopened;
-    EXPECT_EQ(unopened.Next(), Event::Error);
+    // A reader that never opened, or whose open was refused, answers every call, crashing on
+    // none; text pieces asked for before the reading starts are sent from its start.
+    StreamReader unopened, refused;
+    EXPECT_FALSE(refused.OpenString(std::string_view()));
+    for (StreamReader* idle : {&unopened, &refused}) {
+        idle->SetTextPieces(nullptr);
+        EXPECT_EQ(idle->NextTag(), Event::Error);
+        EXPECT_EQ(idle->Next(), Event::Error);
+        EXPECT_FALSE(idle->Skip());
+        std::int32_t number = 7;
+        EXPECT_FALSE(idle->ReadValue(number));
+        EXPECT_EQ(number, 7);
+        EXPECT_TRUE(idle->Name().empty() && idle->AttributeCount() == 0 && idle->Text().empty());
+    }
     EXPECT_FALSE(unopened.OpenString(CBasicStringView<WideChar>()));
+    struct Collected : classxml::TextPieces {
+        void Take(CBasicStringView<WideChar> piece) override { text += piece; }
+        CBasicString<WideChar> text;
+    } pieces;
+    StreamReader early;
+    early.SetTextPieces(&pieces);
+    ASSERT_TRUE(early.OpenString(std::string_view("<r>a<b>b</b>c</r>")));
+    Event last = early.Next();
+    while (last != Event::End && last != Event::Error)
+        last = early.Next();
+    EXPECT_EQ(last, Event::End);
+    EXPECT_TRUE(pieces.text == CBasicStringView<WideChar>(WIDE("abc")));
 }
 
 // UTF-8 in and out: the UTF-8 writer writes what the UTF-16 one writes (an ill-formed sequence as
