@@ -170,8 +170,19 @@ TEST_F(StreamReaderTest, AgreesWithTheDomReadersAtRealSizes) {
 TEST_F(StreamReaderTest, NamesHundredsOfElementsRight) {
     std::string xml = "<r>";
     for (int i = 0; i < 20000; ++i) {
-        const std::string name = "n" + std::to_string(i * 7919 % 600);
-        xml += "<" + name + (i % 3 ? ">" + std::to_string(i) + "</" + name + ">" : "/>");
+        std::string name = "n";
+        name += std::to_string(i * 7919 % 600);
+        const auto tag = [&](const char* open, const char* close) {
+            (xml += open) += name;
+            xml += close;
+        };
+        if (i % 3 == 0) {
+            tag("<", "/>");
+            continue;
+        }
+        tag("<", ">");
+        xml += std::to_string(i);
+        tag("</", ">");
     }
     ExpectSameFromString(xml + "</r>");
 }
