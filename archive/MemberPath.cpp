@@ -4,8 +4,6 @@
 
 namespace classxml::archive_detail {
 
-void MemberPath::Deepen() { m_steps.emplace_back(); }
-
 std::string MemberPath::Text(std::string_view leaf) const {
     std::string text;
     for (std::size_t i = 0; i < m_depth; ++i) {

@@ -40,13 +40,11 @@ private:
         std::size_t index = 0;
     };
     Step& Next(std::size_t index) {
-        if (m_depth == m_steps.size()) Deepen();
+        if (m_depth == m_steps.size()) m_steps.emplace_back();
         Step& step = m_steps[m_depth++];
         step.index = index;
         return step;
     }
-
-    void Deepen(); // once per level the archive reaches: out of the way of every step
 
     std::vector<Step> m_steps; // the first m_depth are the path
     std::size_t m_depth = 0;

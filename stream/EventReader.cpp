@@ -1,7 +1,6 @@
 #include "stream/EventReader.h"
 
 #include <xercesc/dom/DOMException.hpp>
-#include <xercesc/framework/XMLElementDecl.hpp>
 #include <xercesc/util/XMLUniDefs.hpp>
 #include <xercesc/validators/DTD/DTDElementDecl.hpp>
 
