@@ -5,7 +5,7 @@
 
 #include <boost/container/small_vector.hpp>
 
-#include "BasicString.h"
+#include "classxml/BasicString.h"
 
 // The attributes of one element: an ordered map from attribute name to value, ascending by
 // name (code unit by code unit, a proper prefix first); a name occurs once. The views must

@@ -1,6 +1,6 @@
 // Sequence containers and maps: empty elements whose attributes name the container kind and
 // the item types; the application adds the items beneath them.
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 namespace {
 

@@ -1,11 +1,12 @@
 // Creating, reading, saving and releasing the handle's document.
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 #include <algorithm>
 #include <new>
 #include <type_traits>
 
-#include "xmlio/XMLIO.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/xmlio/XMLIO.h"
 
 // The current element moves only when there is a document to move to.
 bool CXMLClassReaderWriter::TakeDocument(DOMDocument* document) {
@@ -45,7 +46,7 @@ bool CXMLClassReaderWriter::ReadFromString(CBasicStringView<char8_t> const& xml)
 
 bool CXMLClassReaderWriter::ReadFromString(CBasicStringView<char> const& xml) {
     return ReadFromString(
-        CBasicStringView<char8_t>(reinterpret_cast<const char8_t*>(xml.data()), xml.size()));
+        classxml::platform::AsUtf8(xml));
 }
 
 void CXMLClassReaderWriter::CloseDocument() {

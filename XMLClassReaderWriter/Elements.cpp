@@ -1,11 +1,11 @@
 // Creating, attaching, replacing and removing elements.
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 #include <xercesc/dom/DOMElement.hpp> // elements are passed on as nodes
 
-#include "platform/Utf.h"
-#include "xmlio/XMLIO.h"
-#include "xmlio/XmlText.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/xmlio/XMLIO.h"
+#include "classxml/xmlio/XmlText.h"
 
 using classxml::xml_text::IsXmlText;
 

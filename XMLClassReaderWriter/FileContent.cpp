@@ -1,7 +1,7 @@
 // A property element holding the text of a whole file.
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 
-#include "basicio/VFile.h"
+#include "classxml/basicio/VFile.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Construction, copying and the state queries of the handle.
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 #include <boost/make_shared.hpp>
 
-#include "xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesIO.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Walking the element tree and reading names, contents and attributes.
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 #include <xercesc/dom/DOMElement.hpp> // elements are passed on as nodes
 
-#include "xmlio/XMLIO.h"
+#include "classxml/xmlio/XMLIO.h"
 
 CXMLClassReaderWriter CXMLClassReaderWriter::ElementOrFailure(DOMElement* element) const {
     if (!element) return CXMLClassReaderWriter(msp_loggingFile, nullptr, nullptr, mb_typeCheck);

@@ -1,12 +1,12 @@
 // Moving base64 blocks out of a class-XML file before it is parsed, so that large embedded
 // files never reach the DOM parser. A text scan with CVFile; nothing here parses XML.
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 
-#include "basicio/BasicFileException.h"
-#include "basicio/VFile.h"
-#include "platform/FileIO.h"
-#include "platform/FileReplace.h"
-#include "platform/Uuid.h"
+#include "classxml/basicio/BasicFileException.h"
+#include "classxml/basicio/VFile.h"
+#include "classxml/platform/FileIO.h"
+#include "classxml/platform/FileReplace.h"
+#include "classxml/platform/Uuid.h"
 
 namespace {
 

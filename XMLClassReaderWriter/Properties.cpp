@@ -1,12 +1,12 @@
 // Property elements: the generic writers and readers, and every typed member as a forward to
 // the one conversion of its value type.
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 #include <algorithm>
 #include <type_traits>
 
-#include "XMLClassReaderWriter/ValueText.h"
-#include "platform/Utf.h"
+#include "classxml/valuetext/ValueText.h"
+#include "classxml/platform/Utf.h"
 
 using classxml::value_text::Codec;
 

@@ -6,18 +6,18 @@
 
 #include <boost/shared_ptr.hpp>
 
-#include "BasicString.h"
-#include "DatabaseTypes.h"
-#include "NamedType.h"
-#include "WideChar.h"
-#include "WindowsIntegers.h"
-#include "XMLClassReaderWriter/AttributeMap.h"
-#include "platform/Export.h"
-#include "platform/LocalizationManager.h"
-#include "platform/LoggingFile.h"
-#include "platform/LoggingSourcePos.h"
-#include "xmlio/Diagnostics.h"
-#include "xmlio/XercesForward.h"
+#include "classxml/BasicString.h"
+#include "classxml/DatabaseTypes.h"
+#include "classxml/NamedType.h"
+#include "classxml/WideChar.h"
+#include "classxml/WindowsIntegers.h"
+#include "classxml/XMLClassReaderWriter/AttributeMap.h"
+#include "classxml/platform/Export.h"
+#include "classxml/platform/LocalizationManager.h"
+#include "classxml/platform/LoggingFile.h"
+#include "classxml/platform/LoggingSourcePos.h"
+#include "classxml/xmlio/Diagnostics.h"
+#include "classxml/xmlio/XercesForward.h"
 
 class CXMLIO;
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "archive/Archive.h"
-#include "archive/Dtd.h"
+#include "classxml/archive/Archive.h"
+#include "classxml/archive/detail/Dtd.h"
 
 namespace classxml {
 
@@ -40,8 +40,8 @@ namespace archive_detail {
 
 template <class T>
 Particle DtdArchive::MemberParticle(std::string_view name) {
-    if constexpr (IsOptional<T>::value)
-        return {Element<typename T::value_type>(name), true};
+    if constexpr (HasMemberForm<T>)
+        return Archived<T>::DescribeMember(*this, name);
     else
         return {Element<T>(name), false};
 }

@@ -1,16 +1,16 @@
-#include "archive/LoadOptions.h"
+#include "classxml/archive/LoadOptions.h"
 
 #include <filesystem>
 
-#include "platform/Utf.h"
-#include "xmlio/XercesIO.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/xmlio/XercesIO.h"
 
 namespace classxml::archive_detail {
 
 std::optional<CBasicString<WideChar>> DtdDirectoryFor(std::string_view path,
                                                       const LoadOptions& options) {
     const auto wide = [](std::string_view utf8) {
-        return platform::Utf8ToUtf16({reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()});
+        return platform::Utf8ToUtf16(utf8);
     };
     if (!options.dtdDirectory.empty()) return wide(options.dtdDirectory);
     if (path.empty() || !CXercesIO::GetDtdDirectory().empty()) return std::nullopt;

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "BasicString.h"
-#include "archive/Archived.h"
+#include "classxml/BasicString.h"
+#include "classxml/archive/detail/Archived.h"
 
 namespace classxml {
 

@@ -18,7 +18,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "archive/Archive.h"
+#include "classxml/archive/Archive.h"
 
 namespace classxml {
 
@@ -111,8 +111,8 @@ private:
         return bool(on.writer.Status());
     }
 
-    std::unique_ptr<archive_detail::WriterOn<archive_detail::StreamDocumentWriter>> m_stream;
-    std::unique_ptr<archive_detail::WriterOn<archive_detail::DocumentWriter>> m_dom;
+    std::unique_ptr<archive_detail::WriterOn<archive_detail::StreamEngineWriter>> m_stream;
+    std::unique_ptr<archive_detail::WriterOn<archive_detail::DomWriter>> m_dom;
     std::size_t m_count = 0;
 };
 
@@ -181,8 +181,8 @@ private:
         return on.reader.TakeResult();
     }
 
-    std::unique_ptr<archive_detail::ReaderOn<archive_detail::StreamDocumentReader>> m_stream;
-    std::unique_ptr<archive_detail::ReaderOn<archive_detail::DocumentReader>> m_dom;
+    std::unique_ptr<archive_detail::ReaderOn<archive_detail::StreamEngineReader>> m_stream;
+    std::unique_ptr<archive_detail::ReaderOn<archive_detail::DomReader>> m_dom;
     std::size_t m_count = 0;
 };
 

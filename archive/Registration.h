@@ -3,8 +3,8 @@
 #include <string>
 #include <typeinfo>
 
-#include "archive/Archive.h"
-#include "archive/Polymorphic.h"
+#include "classxml/archive/Archive.h"
+#include "classxml/archive/detail/Polymorphic.h"
 
 /// @ingroup archive
 /// Registers a class whose objects a pointer to one of its bases may hold, by its type text, so
@@ -24,10 +24,10 @@ namespace classxml::archive_detail {
 
 template <class T>
 bool Register() {
-    using Dom = BasicOutputArchive<DocumentWriter>;
-    using Stream = BasicOutputArchive<StreamDocumentWriter>;
-    using DomIn = BasicInputArchive<DocumentReader>;
-    using StreamIn = BasicInputArchive<StreamDocumentReader>;
+    using Dom = BasicOutputArchive<DomWriter>;
+    using Stream = BasicOutputArchive<StreamEngineWriter>;
+    using DomIn = BasicInputArchive<DomReader>;
+    using StreamIn = BasicInputArchive<StreamEngineReader>;
     static_assert(Archived<T>::shape == Shape::Class, "only classes are registered");
     PolymorphicType type;
     type.typeText = std::string(Archived<T>::TypeText());

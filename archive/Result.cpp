@@ -1,4 +1,4 @@
-#include "archive/Result.h"
+#include "classxml/archive/Result.h"
 
 namespace classxml {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/Export.h"
-#include "xmlio/Diagnostics.h"
+#include "classxml/platform/Export.h"
+#include "classxml/xmlio/Diagnostics.h"
 
 namespace classxml {
 

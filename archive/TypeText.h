@@ -10,8 +10,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "DatabaseTypes.h"
-#include "platform/Export.h"
+#include "classxml/DatabaseTypes.h"
+#include "classxml/platform/Export.h"
 
 namespace classxml {
 

@@ -1,5 +1,5 @@
 // CBasicFile: one open file behind a single buffer, read, written and searched in characters.
-#include "BasicFile.h"
+#include "classxml/BasicFile.h"
 
 #include <algorithm>
 #include <bit>
@@ -7,9 +7,9 @@
 #include <cstring>
 #include <new>
 
-#include "basicio/BasicFileException.h"
-#include "basicio/CaseFolding.h"
-#include "basicio/TextSearch.h"
+#include "classxml/basicio/BasicFileException.h"
+#include "classxml/basicio/CaseFolding.h"
+#include "classxml/basicio/TextSearch.h"
 
 using classxml::basicio::IsBlank;
 using classxml::basicio::LowerCase;

@@ -1,8 +1,8 @@
-#include "basicio/BasicFileException.h"
+#include "classxml/basicio/BasicFileException.h"
 
 #include <cerrno>
 
-#include "platform/Utf.h"
+#include "classxml/platform/Utf.h"
 
 CBasicFileException::CBasicFileException() : m_message("File exception for:  error was: ") {
     m_message += TextFor(m_errorCode);

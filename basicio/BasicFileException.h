@@ -2,9 +2,9 @@
 
 #include <exception>
 
-#include "BasicString.h"
-#include "platform/Export.h"
-#include "platform/LoggingSourcePos.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/Export.h"
+#include "classxml/platform/LoggingSourcePos.h"
 
 // A failure of the text-file layer: a small error code made from the runtime library's error
 // number, the file's path, the short name of the failing operation and where it was raised.

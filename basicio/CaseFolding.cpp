@@ -1,12 +1,12 @@
-#include "basicio/CaseFolding.h"
+#include "classxml/basicio/CaseFolding.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 
-#include "basicio/VFileDetail.h"
-#include "platform/LowerCase.h"
-#include "platform/Utf.h"
+#include "classxml/basicio/VFileDetail.h"
+#include "classxml/platform/LowerCase.h"
+#include "classxml/platform/Utf.h"
 
 namespace classxml::basicio {
 
@@ -58,7 +58,7 @@ void FoldedText::AssignUtf8(CBasicStringView<char> text) {
         char32_t codePoint = 0;
         const CBasicStringView<char> rest = text.substr(in);
         std::size_t length = platform::DecodeUtf8(
-            {reinterpret_cast<const char8_t*>(rest.data()), rest.size()}, codePoint);
+            platform::AsUtf8(rest), codePoint);
         std::size_t folded = 1;
         if (codePoint == 0xFFFD && !rest.starts_with("\xEF\xBF\xBD")) {
             // Not a character: its first byte is taken as it stands, and whatever follows is

@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <vector>
 
-#include "BasicFile.h"
-#include "BasicString.h"
-#include "platform/CodePage.h"
+#include "classxml/BasicFile.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/CodePage.h"
 
 namespace classxml::basicio {
 

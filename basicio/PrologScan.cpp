@@ -1,6 +1,6 @@
 // CVFile: simple scans of an XML file's opening. They read characters and never parse.
-#include "basicio/TextSearch.h"
-#include "basicio/VFile.h"
+#include "classxml/basicio/TextSearch.h"
+#include "classxml/basicio/VFile.h"
 
 using classxml::basicio::IsBlank;
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "BasicString.h"
-#include "platform/LowerCase.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/LowerCase.h"
 
 namespace classxml::basicio {
 

@@ -1,8 +1,8 @@
 // CVFile: opening, byte access, positions and sizes.
-#include "basicio/VFile.h"
+#include "classxml/basicio/VFile.h"
 
-#include "basicio/VFileDetail.h"
-#include "platform/Utf.h"
+#include "classxml/basicio/VFileDetail.h"
+#include "classxml/platform/Utf.h"
 
 using namespace classxml::basicio;
 namespace platform = classxml::platform;

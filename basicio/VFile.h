@@ -5,11 +5,11 @@
 
 #include <boost/shared_ptr.hpp>
 
-#include "BasicFile.h"
-#include "BasicString.h"
-#include "basicio/BasicFileException.h"
-#include "platform/Export.h"
-#include "platform/LocalizationManager.h"
+#include "classxml/BasicFile.h"
+#include "classxml/BasicString.h"
+#include "classxml/basicio/BasicFileException.h"
+#include "classxml/platform/Export.h"
+#include "classxml/platform/LocalizationManager.h"
 
 /// A text file opened by path and then read, written, copied and searched in characters,
 /// whatever its encoding: a narrow file in a code page, or UTF-16 with a byte-order mark. It

@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <type_traits>
 
-#include "basicio/TextSearch.h"
-#include "basicio/VFile.h"
-#include "platform/CodePage.h"
+#include "classxml/basicio/TextSearch.h"
+#include "classxml/basicio/VFile.h"
+#include "classxml/platform/CodePage.h"
 
 namespace classxml::basicio {
 

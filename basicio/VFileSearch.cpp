@@ -1,7 +1,7 @@
 // CVFile: searching for texts and testing what stands at a position.
-#include "basicio/CaseFolding.h"
-#include "basicio/VFile.h"
-#include "basicio/VFileDetail.h"
+#include "classxml/basicio/CaseFolding.h"
+#include "classxml/basicio/VFile.h"
+#include "classxml/basicio/VFileDetail.h"
 
 using namespace classxml::basicio;
 

@@ -13,8 +13,8 @@
 
 #include "BenchmarkRatios.h"
 #include "HandleRecords.h"
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "platform/ProcessMemory.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/platform/ProcessMemory.h"
 
 namespace {
 

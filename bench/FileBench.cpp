@@ -11,8 +11,8 @@
 
 #include "BenchmarkRatios.h"
 #include "PlainFiles.h"
-#include "basicio/VFile.h"
-#include "platform/ProcessMemory.h"
+#include "classxml/basicio/VFile.h"
+#include "classxml/platform/ProcessMemory.h"
 
 namespace {
 

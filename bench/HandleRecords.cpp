@@ -10,8 +10,8 @@
 #include <xercesc/util/XMLString.hpp>
 
 #include "PlainDom.h"
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "platform/Utf.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/platform/Utf.h"
 
 namespace classxml::bench {
 namespace {
@@ -21,7 +21,7 @@ using Wide = CBasicString<WideChar>;
 using namespace xercesc;
 
 Wide Utf16(const std::string& text) {
-    return platform::Utf8ToUtf16({reinterpret_cast<const char8_t*>(text.data()), text.size()});
+    return platform::Utf8ToUtf16(text);
 }
 
 std::string Utf8(CBasicStringView<WideChar> text) {

@@ -9,9 +9,9 @@
 
 #include "BenchmarkRatios.h"
 #include "PlainFiles.h"
-#include "archive/Archive.h"
-#include "platform/ProcessMemory.h"
-#include "stream/StreamReader.h"
+#include "classxml/archive/Archive.h"
+#include "classxml/platform/ProcessMemory.h"
+#include "classxml/stream/StreamReader.h"
 
 namespace {
 

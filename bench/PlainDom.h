@@ -5,7 +5,7 @@
 
 #include <xercesc/dom/DOM.hpp>
 
-#include "BasicString.h"
+#include "classxml/BasicString.h"
 
 // The plain sides' building blocks: what a program using Xerces directly would write for a
 // property element.

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "platform/FileIO.h"
-#include "platform/Utf.h"
+#include "classxml/platform/FileIO.h"
+#include "classxml/platform/Utf.h"
 
 namespace classxml::bench {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 
-#include "BasicString.h"
+#include "classxml/BasicString.h"
 
 // The plain side of the file benchmarks: positional reads and writes in 1 MiB blocks, the
 // system calls behind read() and write().

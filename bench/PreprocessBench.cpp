@@ -10,8 +10,8 @@
 
 #include "BenchmarkRatios.h"
 #include "PlainFiles.h"
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "platform/ProcessMemory.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/platform/ProcessMemory.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 
 #include "BenchmarkRatios.h"
 #include "PlainDom.h"
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "Records.h"
-#include "archive/Archive.h"
+#include "classxml/archive/Archive.h"
 
 // The records as the archives store them: the members the handle-written documents have, in
 // their order, with their type texts.

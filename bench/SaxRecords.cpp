@@ -12,8 +12,8 @@
 #include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
-#include "platform/Utf.h"
-#include "stream/StreamReader.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/stream/StreamReader.h"
 
 namespace classxml::bench {
 namespace {

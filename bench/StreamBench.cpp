@@ -21,7 +21,7 @@
 #include "HandleRecords.h"
 #include "RecordArchive.h"
 #include "SaxRecords.h"
-#include "platform/ProcessMemory.h"
+#include "classxml/platform/ProcessMemory.h"
 
 namespace classxml::bench {
 

@@ -3,32 +3,17 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-set(CLASSXML_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/classxml)
-target_include_directories(classxml PUBLIC $<INSTALL_INTERFACE:${CLASSXML_INCLUDE_DIR}>)
-
-# The headers an application reaches, with the folders they are included by.
-set(CLASSXML_PUBLIC_HEADERS
-    include/BasicFile.h include/BasicString.h include/DatabaseTypes.h include/NamedType.h
-    include/WideChar.h include/WindowsIntegers.h)
-set(CLASSXML_PUBLIC_HEADER_FOLDERS
-    "platform:Export.h FileIO.h LocalizationManager.h LoggingFile.h LoggingSourcePos.h"
-    "basicio:BasicFileException.h VFile.h"
-    "xmlio:Diagnostics.h XMLIO.h XercesForward.h XercesIO.h XercesStringHandler.h"
-    "XMLClassReaderWriter:AttributeMap.h ValueText.h XMLClassReaderWriter.h"
-    "archive:Archive.h Archived.h Bitset.h Chrono.h Containers.h DocumentReader.h DocumentWriter.h"
-    "archive:Dtd.h DtdFor.h LoadOptions.h"
-    "archive:MemberPath.h Objects.h Path.h Pointers.h Polymorphic.h Registration.h Result.h"
-    "archive:StreamDocumentReader.h StreamDocumentWriter.h TupleLike.h TypeText.h ValueReader.h"
-    "archive:ValueWriter.h Values.h Variant.h"
-    "stream:StreamReader.h StreamWriter.h")
-install(FILES ${CLASSXML_PUBLIC_HEADERS} DESTINATION ${CLASSXML_INCLUDE_DIR})
-foreach(entry IN LISTS CLASSXML_PUBLIC_HEADER_FOLDERS)
-    string(REPLACE ":" ";" parts "${entry}")
-    list(GET parts 0 folder)
-    list(GET parts 1 names)
-    string(REPLACE " " ";" names "${names}")
-    list(TRANSFORM names PREPEND "${folder}/")
-    install(FILES ${names} DESTINATION ${CLASSXML_INCLUDE_DIR}/${folder})
+# User code includes <classxml/archive/Archive.h>: only <prefix>/include is on its path.
+target_include_directories(classxml PUBLIC $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+include(cmake/PublicHeaders.cmake)
+foreach(header IN LISTS CLASSXML_PUBLIC_HEADERS)
+    get_filename_component(folder ${header} DIRECTORY)
+    if(folder)
+        set(source ${header})
+    else()
+        set(source include/${header})
+    endif()
+    install(FILES ${source} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/classxml/${folder})
 endforeach()
 
 install(TARGETS classxml EXPORT classxmlTargets

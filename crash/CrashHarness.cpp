@@ -24,9 +24,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "archive/Archive.h"
-#include "platform/Utf.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/archive/Archive.h"
+#include "classxml/platform/Utf.h"
 
 namespace {
 

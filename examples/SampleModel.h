@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include <classxml/XMLClassReaderWriter/XMLClassReaderWriter.h>
 
 namespace sample {
 

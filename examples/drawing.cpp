@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "archive/Archive.h"
+#include <classxml/archive/Archive.h>
 
 struct Shape {
     std::string label;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "archive/Archive.h"
+#include <classxml/archive/Archive.h>
 
 struct Sensor {
     std::string kind, unit;

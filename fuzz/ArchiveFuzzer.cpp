@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "FuzzSupport.h"
-#include "archive/Archive.h"
+#include "classxml/archive/Archive.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <random>
 #include <string>
 
-#include "BasicString.h"
-#include "platform/Utf.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/Utf.h"
 
 namespace classxml::fuzz {
 

@@ -6,7 +6,7 @@
 #include <iterator>
 
 #include "FuzzSupport.h"
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <fstream>
 
 #include "FuzzSupport.h"
-#include "basicio/VFile.h"
-#include "platform/LowerCase.h"
-#include "platform/Utf.h"
+#include "classxml/basicio/VFile.h"
+#include "classxml/platform/LowerCase.h"
+#include "classxml/platform/Utf.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ std::vector<std::int64_t> Fold(std::basic_string<Char>& text) {
             const std::string_view rest = std::string_view(text).substr(i);
             char32_t point = 0;
             std::size_t length = classxml::platform::DecodeUtf8(
-                {reinterpret_cast<const char8_t*>(rest.data()), rest.size()}, point);
+                classxml::platform::AsUtf8(rest), point);
             char8_t lower[4] = {char8_t(rest[0])};
             std::size_t lowerLength = 1;
             if (point == 0xFFFD && !rest.starts_with("\xEF\xBF\xBD"))

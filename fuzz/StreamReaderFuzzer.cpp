@@ -9,10 +9,10 @@
 #include <string>
 
 #include "FuzzSupport.h"
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "stream/StreamReader.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/stream/StreamReader.h"
 #include "support/TreeText.h"
-#include "xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesIO.h"
 
 namespace {
 

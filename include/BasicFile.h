@@ -5,10 +5,10 @@
 #include <memory>
 #include <vector>
 
-#include "BasicString.h"
-#include "NamedType.h"
-#include "platform/Export.h"
-#include "platform/FileIO.h"
+#include "classxml/BasicString.h"
+#include "classxml/NamedType.h"
+#include "classxml/platform/Export.h"
+#include "classxml/platform/FileIO.h"
 
 namespace BasicStringDef {
 // The encoding of a narrow text file. The default is the process's narrow code page: UTF-8 on

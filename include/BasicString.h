@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "WideChar.h"
+#include "classxml/WideChar.h"
 
 // Owning string and non-owning view over char, WideChar (UTF-16) and char8_t (UTF-8). The
 // standard types already compare code unit by code unit with a proper prefix first.

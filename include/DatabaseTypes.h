@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "NamedType.h"
+#include "classxml/NamedType.h"
 
 // Identifier, time and version types of the property families. Writers take them, readers store
 // into them; the tags keep an identifier from passing for a time or a version.

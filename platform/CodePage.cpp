@@ -1,16 +1,12 @@
-#include "platform/CodePage.h"
+#include "classxml/platform/CodePage.h"
 
 #include <cstdint>
 
-#include "platform/LowerCase.h"
-#include "platform/Utf.h"
+#include "classxml/platform/LowerCase.h"
+#include "classxml/platform/Utf.h"
 
 namespace classxml::platform {
 namespace {
-
-CBasicStringView<char8_t> AsUtf8(CBasicStringView<char> narrow) {
-    return {reinterpret_cast<const char8_t*>(narrow.data()), narrow.size()};
-}
 
 // On POSIX the process code page is UTF-8; on Windows it is the ANSI code page.
 NarrowEncoding Resolved(NarrowEncoding encoding) {

@@ -2,8 +2,8 @@
 
 #include <array>
 
-#include "BasicString.h"
-#include "platform/Export.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/Export.h"
 
 // Narrow text in a code page, to and from UTF-16.
 namespace classxml::platform {

@@ -1,4 +1,4 @@
-#include "platform/FileIO.h"
+#include "classxml/platform/FileIO.h"
 
 #include <algorithm>
 #include <cctype>
@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <system_error>
 
-#include "platform/Utf.h"
+#include "classxml/platform/Utf.h"
 
 #if defined(_WIN32)
 #include <fcntl.h>

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string>
 
-#include "BasicString.h"
-#include "platform/Export.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/Export.h"
 
 // Files by wide path and positional reads and writes on their descriptors. Failures come back
 // as the runtime library's error numbers (ENOENT 2, EBADF 9, ENOMEM 12, EACCES 13, EEXIST 17,

@@ -1,4 +1,4 @@
-#include "platform/FileReplace.h"
+#include "classxml/platform/FileReplace.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/FileIO.h"
-#include "platform/Utf.h"
-#include "platform/Uuid.h"
+#include "classxml/platform/FileIO.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/platform/Uuid.h"
 
 #if defined(_WIN32)
 #include <io.h>

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <memory>
 
-#include "BasicString.h"
-#include "platform/Export.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/Export.h"
 
 // Writing a new version of a file so that what the file was stays: its text until the new one
 // is complete, and its permissions, owner, group, extended attributes and links after.

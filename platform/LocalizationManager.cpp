@@ -1,4 +1,4 @@
-#include "platform/LocalizationManager.h"
+#include "classxml/platform/LocalizationManager.h"
 
 LocalizationManager::LocalizationManager() = default;
 LocalizationManager::~LocalizationManager() = default;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Export.h"
+#include "classxml/platform/Export.h"
 
 // The application's localisation service. The text searches carry it along; the searches the
 // library itself makes are case-sensitive and never call it.

@@ -1,10 +1,10 @@
-#include "platform/LoggingFile.h"
+#include "classxml/platform/LoggingFile.h"
 
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 
-#include "platform/Utf.h"
+#include "classxml/platform/Utf.h"
 
 namespace {
 

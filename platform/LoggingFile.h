@@ -3,9 +3,9 @@
 #include <fstream>
 #include <mutex>
 
-#include "BasicString.h"
-#include "platform/Export.h"
-#include "platform/LoggingSourcePos.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/Export.h"
+#include "classxml/platform/LoggingSourcePos.h"
 
 // The application's logging object. This one appends one line per entry to a log file, in
 // UTF-8: UTC time, kind and levels, source position, text. Entries whose level is above the logging

@@ -1,4 +1,4 @@
-#include "platform/LowerCase.h"
+#include "classxml/platform/LowerCase.h"
 
 #include <array>
 #include <cstdint>

@@ -2,8 +2,8 @@
 
 #include <cstddef>
 
-#include "WideChar.h"
-#include "platform/Export.h"
+#include "classxml/WideChar.h"
+#include "classxml/platform/Export.h"
 
 namespace classxml::platform {
 

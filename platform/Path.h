@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WideChar.h"
+#include "classxml/WideChar.h"
 
 namespace classxml::platform {
 

@@ -1,4 +1,4 @@
-#include "platform/PerThread.h"
+#include "classxml/platform/PerThread.h"
 
 #if defined(_WIN32)
 #include <windows.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Export.h"
+#include "classxml/platform/Export.h"
 
 namespace classxml::platform {
 

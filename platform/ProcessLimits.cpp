@@ -1,4 +1,4 @@
-#include "platform/ProcessLimits.h"
+#include "classxml/platform/ProcessLimits.h"
 
 #if defined(_WIN32)
 #include <windows.h>

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <initializer_list>
 
-#include "platform/Export.h"
+#include "classxml/platform/Export.h"
 
 namespace classxml::platform {
 

@@ -1,4 +1,4 @@
-#include "platform/ProcessMemory.h"
+#include "classxml/platform/ProcessMemory.h"
 
 #if defined(_WIN32)
 #include <windows.h>

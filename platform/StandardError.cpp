@@ -1,4 +1,4 @@
-#include "platform/StandardError.h"
+#include "classxml/platform/StandardError.h"
 
 #include <iostream>
 

@@ -1,4 +1,4 @@
-#include "platform/TypeName.h"
+#include "classxml/platform/TypeName.h"
 
 #include <cstdlib>
 #include <memory>

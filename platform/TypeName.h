@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/Export.h"
+#include "classxml/platform/Export.h"
 
 namespace classxml::platform {
 

@@ -1,4 +1,4 @@
-#include "platform/Utf.h"
+#include "classxml/platform/Utf.h"
 
 #include <cstdint>
 
@@ -185,7 +185,7 @@ CBasicString<char> WideToNarrow(CBasicStringView<WideChar> wide) {
 
 // The process code page is UTF-8.
 CBasicString<WideChar> NarrowToWide(CBasicStringView<char> narrow) {
-    return Utf8ToUtf16({reinterpret_cast<const char8_t*>(narrow.data()), narrow.size()});
+    return Utf8ToUtf16(narrow);
 }
 
 CBasicString<char> WideToNarrow(CBasicStringView<WideChar> wide) {

@@ -1,17 +1,38 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 
-#include "BasicString.h"
-#include "platform/Export.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/Export.h"
 
 namespace classxml::platform {
+
+// The halves of a UTF-16 surrogate pair, and the code point a pair stands for.
+constexpr bool IsHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+constexpr bool IsLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+constexpr bool IsSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
+constexpr char32_t CodePointOf(char32_t high, char32_t low) {
+    return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
+}
+
+// Bytes held in a std::string or std::string_view, taken as the UTF-8 they are.
+inline CBasicStringView<char8_t> AsUtf8(std::string_view bytes) {
+    return {reinterpret_cast<const char8_t*>(bytes.data()), bytes.size()};
+}
+inline std::string_view AsBytes(CBasicStringView<char8_t> utf8) {
+    return {reinterpret_cast<const char*>(utf8.data()), utf8.size()};
+}
 
 // UTF-8 to UTF-16. Every ill-formed sequence (stray continuation bytes, overlong forms, encoded
 // surrogates, values above U+10FFFF, truncated sequences) becomes one U+FFFD per maximal
 // ill-formed subpart, as Windows' converter does; nothing is dropped silently.
 CLASSXML_API CBasicString<WideChar> Utf8ToUtf16(CBasicStringView<char8_t> utf8);
 CLASSXML_API void AppendUtf8ToUtf16(CBasicStringView<char8_t> utf8, CBasicString<WideChar>& out);
+inline CBasicString<WideChar> Utf8ToUtf16(std::string_view utf8) {
+    return Utf8ToUtf16(AsUtf8(utf8));
+}
 
 // One character from the start of `utf8` (which must not be empty): the number of bytes it
 // takes, and its code point, or U+FFFD for an ill-formed sequence (its maximal subpart).

@@ -1,9 +1,9 @@
-#include "platform/Uuid.h"
+#include "classxml/platform/Uuid.h"
 
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid.hpp>
 
-#include "platform/PerThread.h"
+#include "classxml/platform/PerThread.h"
 
 namespace classxml::platform {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "BasicString.h"
-#include "platform/Export.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/Export.h"
 
 namespace classxml::platform {
 

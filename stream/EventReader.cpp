@@ -1,10 +1,10 @@
-#include "stream/EventReader.h"
+#include "classxml/stream/EventReader.h"
 
 #include <xercesc/dom/DOMException.hpp>
 #include <xercesc/util/XMLUniDefs.hpp>
 #include <xercesc/validators/DTD/DTDElementDecl.hpp>
 
-#include "xmlio/XercesText.h"
+#include "classxml/xmlio/XercesText.h"
 
 namespace classxml::stream_detail {
 

@@ -10,8 +10,8 @@
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
 
-#include "BasicString.h"
-#include "stream/StreamReader.h"
+#include "classxml/BasicString.h"
+#include "classxml/stream/StreamReader.h"
 
 namespace classxml::stream_detail {
 

@@ -1,6 +1,6 @@
-#include "stream/Markup.h"
+#include "classxml/stream/Markup.h"
 
-#include "platform/Utf.h"
+#include "classxml/platform/Utf.h"
 
 namespace classxml::stream_detail {
 namespace {

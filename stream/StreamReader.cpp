@@ -1,5 +1,5 @@
 // A pull reader over Xerces' SAX2 scanner, parsing progressively, with the DOM readers' rules.
-#include "stream/StreamReader.h"
+#include "classxml/stream/StreamReader.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -11,18 +11,18 @@
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 
-#include "platform/Utf.h"
-#include "stream/EventReader.h"
-#include "stream/Prolog.h"
-#include "stream/TextCollectors.h"
-#include "xmlio/DOMTreeErrorReporter.h"
-#include "xmlio/DiagnosticLog.h"
-#include "xmlio/DocumentInput.h"
-#include "xmlio/DocumentMemory.h"
-#include "xmlio/EntityPolicy.h"
-#include "xmlio/LimitedParser.h"
-#include "xmlio/XercesIO.h"
-#include "xmlio/XercesText.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/stream/EventReader.h"
+#include "classxml/xmlio/Prolog.h"
+#include "classxml/stream/TextCollectors.h"
+#include "classxml/xmlio/DOMTreeErrorReporter.h"
+#include "classxml/xmlio/DiagnosticLog.h"
+#include "classxml/xmlio/DocumentInput.h"
+#include "classxml/xmlio/DocumentMemory.h"
+#include "classxml/xmlio/EntityPolicy.h"
+#include "classxml/xmlio/LimitedParser.h"
+#include "classxml/xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesText.h"
 
 namespace classxml {
 namespace {
@@ -106,8 +106,8 @@ public:
                 return Refuse();
             }
         }
-        const std::vector<unsigned char>& head = source->Head(stream_detail::kPrologBytes);
-        const bool namesNoDtd = !m_dtdFile && stream_detail::NamesNoDtd(head.data(), head.size());
+        const std::vector<unsigned char>& head = source->Head(prolog::kPrologBytes);
+        const bool namesNoDtd = !m_dtdFile && prolog::NamesNoDtd(head.data(), head.size());
         m_fileErrors = std::make_unique<DOMTreeErrorReporter>();
         m_resolver = std::make_unique<entity_policy::Resolver>(std::move(dtdDirectory),
                                                                entity_policy::Missing::Reported);
@@ -420,17 +420,17 @@ bool StreamReader::OpenStandardInput() { return m_impl->OpenInput(nullptr); }
 
 bool StreamReader::OpenString(std::string_view utf8) {
     return OpenString(
-        CBasicStringView<char8_t>(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
+        platform::AsUtf8(utf8));
 }
 
 bool StreamReader::OpenString(CBasicStringView<char8_t> utf8) {
     return m_impl->OpenMemory(utf8.data(), utf8.size(), XMLUni::fgUTF8EncodingString,
-                              stream_detail::NamesNoDtd(utf8));
+                              prolog::NamesNoDtd(utf8));
 }
 
 bool StreamReader::OpenString(View utf16) {
     return m_impl->OpenMemory(utf16.data(), 2 * utf16.size(), XMLUni::fgUTF16EncodingString,
-                              stream_detail::NamesNoDtd(utf16));
+                              prolog::NamesNoDtd(utf16));
 }
 
 int StreamReader::OpenError() const { return m_impl->OpenError(); }
@@ -534,8 +534,7 @@ std::optional<std::string_view> StreamReader::AttributeUtf8(std::string_view nam
                                    [](char c) { return static_cast<unsigned char>(c) < 0x80; });
     const std::size_t index =
         ascii ? IndexOf(*event, name)
-              : IndexOf(*event, View(platform::Utf8ToUtf16(
-                                    {reinterpret_cast<const char8_t*>(name.data()), name.size()})));
+              : IndexOf(*event, View(platform::Utf8ToUtf16(name)));
     if (index == event->attributeCount) return std::nullopt;
     return m_impl->AttributeUtf8(index, xerces_text::ViewOf(event->AttributeAt(index).value));
 }

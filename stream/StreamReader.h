@@ -7,10 +7,10 @@
 #include <string>
 #include <string_view>
 
-#include "BasicString.h"
-#include "DatabaseTypes.h"
-#include "WideChar.h"
-#include "platform/Export.h"
+#include "classxml/BasicString.h"
+#include "classxml/DatabaseTypes.h"
+#include "classxml/WideChar.h"
+#include "classxml/platform/Export.h"
 
 namespace classxml {
 

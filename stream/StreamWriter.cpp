@@ -1,5 +1,5 @@
 // Class XML written element by element through Xerces' formatter, in the serialiser's form.
-#include "stream/StreamWriter.h"
+#include "classxml/stream/StreamWriter.h"
 
 #include <functional>
 #include <optional>
@@ -9,16 +9,16 @@
 
 #include <xercesc/util/XMLException.hpp>
 
-#include "XMLClassReaderWriter/ValueText.h"
-#include "platform/Utf.h"
-#include "stream/Markup.h"
-#include "xmlio/DiagnosticLog.h"
-#include "xmlio/FileTarget.h"
-#include "xmlio/ParseLimits.h"
-#include "xmlio/StringTarget.h"
-#include "xmlio/XercesIO.h"
-#include "xmlio/XercesText.h"
-#include "xmlio/XmlText.h"
+#include "classxml/valuetext/ValueText.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/stream/Markup.h"
+#include "classxml/xmlio/DiagnosticLog.h"
+#include "classxml/xmlio/FileTarget.h"
+#include "classxml/xmlio/ParseLimits.h"
+#include "classxml/xmlio/StringTarget.h"
+#include "classxml/xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesText.h"
+#include "classxml/xmlio/XmlText.h"
 
 namespace classxml {
 namespace {

@@ -6,10 +6,10 @@
 #include <string_view>
 #include <utility>
 
-#include "BasicString.h"
-#include "DatabaseTypes.h"
-#include "WideChar.h"
-#include "platform/Export.h"
+#include "classxml/BasicString.h"
+#include "classxml/DatabaseTypes.h"
+#include "classxml/WideChar.h"
+#include "classxml/platform/Export.h"
 
 namespace classxml {
 

@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
-#include "BasicString.h"
-#include "XMLClassReaderWriter/ValueText.h"
-#include "platform/Utf.h"
-#include "stream/StreamReader.h"
+#include "classxml/BasicString.h"
+#include "classxml/valuetext/ValueText.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/stream/StreamReader.h"
 
 // What the stream reader and the archives build a text in, piece by piece as it is read.
 namespace classxml::stream_detail {

@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "archive/Archive.h"
+#include "classxml/archive/Archive.h"
 #include "support/Document.h"
 #include "support/TempDir.h"
 

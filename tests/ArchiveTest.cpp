@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "archive/Archive.h"
+#include "classxml/archive/Archive.h"
 #include "support/TempDir.h"
 
 namespace {

@@ -16,7 +16,7 @@
 
 #include <gtest/gtest.h>
 
-#include "archive/Archive.h"
+#include "classxml/archive/Archive.h"
 
 namespace {
 

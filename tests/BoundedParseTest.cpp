@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "stream/StreamReader.h"
+#include "classxml/stream/StreamReader.h"
 #include "support/Child.h"
 #include "support/Engine.h"
 #include "support/TempDir.h"
@@ -37,7 +37,7 @@ protected:
         WriteFile(dir / "doc.xml", xml);
         if (hole) std::filesystem::resize_file(dir / "doc.xml", xml.size() + hole);
         const CBasicString<WideChar> wide = classxml::platform::Utf8ToUtf16(
-            CBasicStringView<char8_t>(reinterpret_cast<const char8_t*>(xml.data()), xml.size()));
+            classxml::platform::AsUtf8(xml));
         std::string accepted;
         Handle file = NewHandle(), bytes = NewHandle(), units = NewHandle();
         accepted += file.ReadFromFile(WidePath(dir / "doc.xml")) ? "F" : "-";

@@ -6,7 +6,7 @@
 
 #include "support/Engine.h"
 #include "support/TempDir.h"
-#include "xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesIO.h"
 
 namespace {
 
@@ -64,7 +64,7 @@ TEST_F(DocumentTest, Utf8StringRoundTrip) {
     const std::string xml = kDeclaration + "<r a=\"\xC3\xA9\">x &amp; y<b/></r>";
     Handle handle = NewHandle();
     ASSERT_TRUE(handle.ReadFromString(
-        CBasicStringView<char8_t>(reinterpret_cast<const char8_t*>(xml.data()), xml.size())));
+        classxml::platform::AsUtf8(xml)));
     EXPECT_EQ(SaveUtf8(handle), xml);
     handle.ReleaseDocument();
 }

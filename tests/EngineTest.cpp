@@ -4,9 +4,9 @@
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLNetAccessor.hpp>
 
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "platform/Path.h"
-#include "xmlio/XercesIO.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/platform/Path.h"
+#include "classxml/xmlio/XercesIO.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "support/Document.h"
 #include "support/TempDir.h"
 #include "support/XercesDocument.h"
-#include "xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesIO.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // The file error record and how the file layer raises it.
 #include <gtest/gtest.h>
 
-#include "basicio/VFile.h"
-#include "platform/Utf.h"
+#include "classxml/basicio/VFile.h"
+#include "classxml/platform/Utf.h"
 #include "support/TempDir.h"
 
 namespace {

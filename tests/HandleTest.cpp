@@ -2,9 +2,9 @@
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 #include "support/XercesDocument.h"
-#include "xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesIO.h"
 
 namespace {
 

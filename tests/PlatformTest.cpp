@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/LoggingFile.h"
-#include "platform/Utf.h"
+#include "classxml/platform/LoggingFile.h"
+#include "classxml/platform/Utf.h"
 #include "support/TempDir.h"
 
 using classxml::platform::Utf16ToUtf8;
@@ -12,7 +12,7 @@ using classxml::platform::Utf8ToUtf16;
 namespace {
 
 CBasicString<WideChar> FromBytes(const std::string& bytes) {
-    return Utf8ToUtf16({reinterpret_cast<const char8_t*>(bytes.data()), bytes.size()});
+    return Utf8ToUtf16(bytes);
 }
 
 std::string ToBytes(const CBasicString<WideChar>& text) {

@@ -8,8 +8,8 @@
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "platform/Utf.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/platform/Utf.h"
 #include "support/TempDir.h"
 
 namespace {

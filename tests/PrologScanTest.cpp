@@ -1,7 +1,7 @@
 // The prolog scans of CVFile on a small XML file.
 #include <gtest/gtest.h>
 
-#include "basicio/VFile.h"
+#include "classxml/basicio/VFile.h"
 #include "support/TempDir.h"
 
 namespace {

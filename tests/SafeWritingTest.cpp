@@ -10,11 +10,11 @@
 #include <gtest/gtest.h>
 #include <xercesc/dom/DOM.hpp>
 
-#include "platform/FileIO.h"
+#include "classxml/platform/FileIO.h"
 #include "support/Child.h"
 #include "support/Document.h"
 #include "support/TempDir.h"
-#include "xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesIO.h"
 
 namespace {
 

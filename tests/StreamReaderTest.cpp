@@ -7,15 +7,15 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/FileIO.h"
-#include "platform/Utf.h"
-#include "stream/StreamReader.h"
-#include "stream/StreamWriter.h"
+#include "classxml/platform/FileIO.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/stream/StreamReader.h"
+#include "classxml/stream/StreamWriter.h"
 #include "support/Document.h"
 #include "support/GeneratedDocuments.h"
 #include "support/TempDir.h"
 #include "support/TreeText.h"
-#include "xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesIO.h"
 
 namespace {
 
@@ -278,7 +278,7 @@ TEST_F(StreamReaderTest, DeliversEventsAndSkipsSubtrees) {
                             "</p><e/></r>";
     StreamReader reader;
     ASSERT_TRUE(reader.OpenString(
-        CBasicStringView<char8_t>(reinterpret_cast<const char8_t*>(xml.data()), xml.size())));
+        classxml::platform::AsUtf8(xml)));
     ASSERT_EQ(reader.Next(), Event::StartElement);
     EXPECT_TRUE(reader.Name() == CBasicStringView<WideChar>(WIDE("r")));
     EXPECT_TRUE(reader.Attribute(WIDE("a")) == CBasicStringView<WideChar>(WIDE("1")));
@@ -334,7 +334,7 @@ TEST_F(StreamReaderTest, Utf8AndUtf16AgreeOnNamesAttributesAndText) {
     using classxml::StreamWriter;
     const auto wide = [](std::string_view utf8) {
         return classxml::platform::Utf8ToUtf16(
-            CBasicStringView<char8_t>(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
+            classxml::platform::AsUtf8(utf8));
     };
     const auto written = [](auto write) {
         CBasicString<char> xml;

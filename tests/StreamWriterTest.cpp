@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "stream/StreamWriter.h"
+#include "classxml/stream/StreamWriter.h"
 #include "support/Document.h"
 #include "support/GeneratedDocuments.h"
 #include "support/TempDir.h"

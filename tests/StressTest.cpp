@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "support/Engine.h"
-#include "xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesIO.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include "basicio/VFile.h"
-#include "platform/LowerCase.h"
-#include "platform/Utf.h"
+#include "classxml/basicio/VFile.h"
+#include "classxml/platform/LowerCase.h"
+#include "classxml/platform/Utf.h"
 #include "support/TempDir.h"
 
 namespace {

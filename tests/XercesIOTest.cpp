@@ -6,7 +6,7 @@
 #include <xercesc/parsers/XercesDOMParser.hpp>
 
 #include "support/XercesDocument.h"
-#include "xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesIO.h"
 
 using namespace xercesc;
 using View = CXMLIO::View;

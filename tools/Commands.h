@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "Arguments.h"
-#include "BasicString.h"
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "stream/StreamReader.h"
+#include "classxml/BasicString.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/stream/StreamReader.h"
 
 namespace classxml::tool {
 

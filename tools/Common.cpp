@@ -1,9 +1,9 @@
 #include <cstdio>
 
 #include "Commands.h"
-#include "platform/FileIO.h"
-#include "platform/Utf.h"
-#include "xmlio/ReadSettings.h"
+#include "classxml/platform/FileIO.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/xmlio/ReadSettings.h"
 
 namespace classxml::tool {
 

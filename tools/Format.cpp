@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Commands.h"
-#include "platform/Utf.h"
+#include "classxml/platform/Utf.h"
 
 namespace classxml::tool {
 namespace {

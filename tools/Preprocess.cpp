@@ -2,7 +2,7 @@
 #include <cstdio>
 
 #include "Commands.h"
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 namespace classxml::tool {
 

@@ -2,7 +2,7 @@
 
 #include <xercesc/util/XercesDefs.hpp>
 
-#include "xmlio/Diagnostics.h"
+#include "classxml/xmlio/Diagnostics.h"
 
 // Where the library's handlers put what LastDiagnostics gives back.
 namespace classxml::diagnostics {

@@ -1,8 +1,8 @@
-#include "xmlio/DiagnosticLog.h"
+#include "classxml/xmlio/DiagnosticLog.h"
 
-#include "platform/PerThread.h"
-#include "platform/Utf.h"
-#include "xmlio/XercesText.h"
+#include "classxml/platform/PerThread.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/xmlio/XercesText.h"
 
 namespace classxml {
 namespace {

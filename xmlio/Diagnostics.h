@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Export.h"
+#include "classxml/platform/Export.h"
 
 namespace classxml {
 

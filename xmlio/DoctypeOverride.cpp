@@ -1,4 +1,4 @@
-#include "xmlio/DoctypeOverride.h"
+#include "classxml/xmlio/DoctypeOverride.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,14 +1,14 @@
-#include "xmlio/DocumentInput.h"
+#include "classxml/xmlio/DocumentInput.h"
 
 #include <algorithm>
 #include <cstring>
 
 #include <xercesc/util/BinInputStream.hpp>
 
-#include "platform/FileIO.h"
-#include "xmlio/DoctypeOverride.h"
-#include "platform/Utf.h"
-#include "xmlio/XercesText.h"
+#include "classxml/platform/FileIO.h"
+#include "classxml/xmlio/DoctypeOverride.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/xmlio/XercesText.h"
 
 namespace classxml::document_input {
 namespace {

@@ -8,8 +8,8 @@
 
 #include <xercesc/framework/LocalFileInputSource.hpp>
 
-#include "BasicString.h"
-#include "xmlio/ParseLimits.h"
+#include "classxml/BasicString.h"
+#include "classxml/xmlio/ParseLimits.h"
 
 namespace classxml::document_input {
 

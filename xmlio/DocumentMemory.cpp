@@ -1,4 +1,4 @@
-#include "xmlio/DocumentMemory.h"
+#include "classxml/xmlio/DocumentMemory.h"
 
 #include <cstdint>
 #include <map>
@@ -9,7 +9,7 @@
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include "xmlio/ParseLimits.h"
+#include "classxml/xmlio/ParseLimits.h"
 
 namespace classxml::document_memory {
 namespace {

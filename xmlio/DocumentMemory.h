@@ -2,7 +2,7 @@
 
 #include <xercesc/framework/MemoryManager.hpp>
 
-#include "xmlio/ParseLimits.h"
+#include "classxml/xmlio/ParseLimits.h"
 
 namespace classxml::document_memory {
 

@@ -1,4 +1,4 @@
-#include "xmlio/DocumentRegistry.h"
+#include "classxml/xmlio/DocumentRegistry.h"
 
 #include <vector>
 

@@ -4,9 +4,9 @@
 #include <xercesc/dom/DOMLSParser.hpp>
 #include <xercesc/parsers/XercesDOMParser.hpp>
 
-#include "xmlio/DOMTreeErrorReporter.h"
-#include "xmlio/EntityResolver.h"
-#include "xmlio/XercesIO.h"
+#include "classxml/xmlio/DOMTreeErrorReporter.h"
+#include "classxml/xmlio/EntityResolver.h"
+#include "classxml/xmlio/XercesIO.h"
 
 class CXercesIO::CMemoryHandler {
 public:

@@ -1,12 +1,12 @@
-#include "xmlio/EntityPolicy.h"
+#include "classxml/xmlio/EntityPolicy.h"
 
 #include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 
-#include "platform/FileIO.h"
-#include "platform/Utf.h"
-#include "xmlio/DiagnosticLog.h"
-#include "xmlio/XercesText.h"
+#include "classxml/platform/FileIO.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/xmlio/DiagnosticLog.h"
+#include "classxml/xmlio/XercesText.h"
 
 namespace classxml::entity_policy {
 namespace {

@@ -4,7 +4,7 @@
 #include <xercesc/sax/InputSource.hpp>
 #include <xercesc/util/SecurityManager.hpp>
 
-#include "BasicString.h"
+#include "classxml/BasicString.h"
 
 // What a document may make the parsers read.
 namespace classxml::entity_policy {

@@ -1,6 +1,6 @@
-#include "xmlio/EntityResolver.h"
+#include "classxml/xmlio/EntityResolver.h"
 
-#include "xmlio/EntityPolicy.h"
+#include "classxml/xmlio/EntityPolicy.h"
 
 CEntityResolver::CEntityResolver(CBasicString<WideChar> dtdDirectory)
     : m_dtdDirectory(std::move(dtdDirectory)) {}

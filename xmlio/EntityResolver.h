@@ -2,8 +2,8 @@
 
 #include <xercesc/sax/HandlerBase.hpp>
 
-#include "BasicString.h"
-#include "xmlio/XercesStringHandler.h"
+#include "classxml/BasicString.h"
+#include "classxml/xmlio/XercesStringHandler.h"
 
 // Resolves the external DTD (and any external entity) of a file being parsed in the DTD
 // directory: a system id that does not already begin with the directory is looked up inside it;

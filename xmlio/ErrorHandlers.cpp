@@ -4,13 +4,13 @@
 #include <xercesc/dom/DOMError.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 
-#include "platform/StandardError.h"
-#include "platform/Utf.h"
-#include "xmlio/DOMPrintErrorHandler.h"
-#include "xmlio/DOMTreeErrorReporter.h"
-#include "xmlio/DiagnosticLog.h"
-#include "xmlio/ReadSettings.h"
-#include "xmlio/XercesText.h"
+#include "classxml/platform/StandardError.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/xmlio/DOMPrintErrorHandler.h"
+#include "classxml/xmlio/DOMTreeErrorReporter.h"
+#include "classxml/xmlio/DiagnosticLog.h"
+#include "classxml/xmlio/ReadSettings.h"
+#include "classxml/xmlio/XercesText.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "xmlio/FileTarget.h"
+#include "classxml/xmlio/FileTarget.h"
 
 namespace classxml::xerces_output {
 

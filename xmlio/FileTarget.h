@@ -4,8 +4,8 @@
 
 #include <xercesc/framework/XMLFormatter.hpp>
 
-#include "BasicString.h"
-#include "platform/FileReplace.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/FileReplace.h"
 
 namespace classxml::xerces_output {
 

@@ -12,8 +12,8 @@
 #include <xercesc/util/RefVectorOf.hpp>
 #include <xercesc/validators/DTD/DTDEntityDecl.hpp>
 
-#include "BasicString.h"
-#include "xmlio/ParseLimits.h"
+#include "classxml/BasicString.h"
+#include "classxml/xmlio/ParseLimits.h"
 
 namespace classxml::parse_limits {
 

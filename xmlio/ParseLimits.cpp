@@ -1,4 +1,4 @@
-#include "xmlio/ParseLimits.h"
+#include "classxml/xmlio/ParseLimits.h"
 
 #include <algorithm>
 

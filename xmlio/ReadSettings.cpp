@@ -1,7 +1,7 @@
-#include "xmlio/ReadSettings.h"
+#include "classxml/xmlio/ReadSettings.h"
 
-#include "platform/Path.h"
-#include "platform/PerThread.h"
+#include "classxml/platform/Path.h"
+#include "classxml/platform/PerThread.h"
 
 namespace classxml::read_settings {
 namespace {

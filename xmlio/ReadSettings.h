@@ -2,8 +2,8 @@
 
 #include <optional>
 
-#include "BasicString.h"
-#include "platform/Export.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/Export.h"
 
 // How the reads a thread starts behave, for as long as a scope of them lives on it: where they
 // look up DTDs, and whether their complaints go to standard error as well as among the

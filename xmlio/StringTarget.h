@@ -4,7 +4,7 @@
 
 #include <xercesc/framework/XMLFormatter.hpp>
 
-#include "BasicString.h"
+#include "classxml/BasicString.h"
 
 namespace classxml::xerces_output {
 

@@ -1,3 +1,3 @@
-#include "xmlio/XMLIO.h"
+#include "classxml/xmlio/XMLIO.h"
 
 CXMLIO::~CXMLIO() = default;

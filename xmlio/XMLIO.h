@@ -1,8 +1,8 @@
 #pragma once
 
-#include "BasicString.h"
-#include "platform/Export.h"
-#include "xmlio/XercesForward.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/Export.h"
+#include "classxml/xmlio/XercesForward.h"
 
 // The XML back end: every piece of XML work the handle does goes through these operations.
 // Input views point into zero-terminated storage and are used as zero-terminated strings.

@@ -1,10 +1,10 @@
 // CXercesIO: element, attribute, content and navigation operations on the Xerces DOM.
-#include "xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesIO.h"
 
 #include <xercesc/dom/DOM.hpp>
 
-#include "xmlio/XercesText.h"
-#include "xmlio/XmlText.h"
+#include "classxml/xmlio/XercesText.h"
+#include "classxml/xmlio/XmlText.h"
 
 using namespace xercesc;
 using classxml::xerces_text::Terminated;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "xmlio/XMLIO.h"
-#include "xmlio/XercesStringHandler.h"
+#include "classxml/xmlio/XMLIO.h"
+#include "classxml/xmlio/XercesStringHandler.h"
 
 // The Xerces-C back end. Instances hold no state of their own: the engine, the DTD directory
 // and the document registry are process-wide, so any number of instances share one engine.

@@ -10,15 +10,15 @@
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include "platform/Utf.h"
-#include "xmlio/DiagnosticLog.h"
-#include "xmlio/DocumentInput.h"
-#include "xmlio/DocumentMemory.h"
-#include "xmlio/DocumentRegistry.h"
-#include "xmlio/EntityPolicy.h"
-#include "xmlio/LimitedParser.h"
-#include "xmlio/XercesEngine.h"
-#include "xmlio/XercesText.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/xmlio/DiagnosticLog.h"
+#include "classxml/xmlio/DocumentInput.h"
+#include "classxml/xmlio/DocumentMemory.h"
+#include "classxml/xmlio/DocumentRegistry.h"
+#include "classxml/xmlio/EntityPolicy.h"
+#include "classxml/xmlio/LimitedParser.h"
+#include "classxml/xmlio/XercesPlatform.h"
+#include "classxml/xmlio/XercesText.h"
 
 using namespace xercesc;
 using classxml::parse_limits::ActiveBudget;
@@ -109,7 +109,7 @@ void RecordStop(const MemoryParser& parser) {
 }
 
 DOMDocument* ParseMemory(const XMLByte* bytes, XMLSize_t byteCount, const XMLCh* encoding) {
-    DOMImplementation* implementation = classxml::xerces_engine::Implementation();
+    DOMImplementation* implementation = classxml::xerces_platform::Implementation();
     if (!implementation || byteCount == 0) return nullptr;
     classxml::diagnostics::Begin();
     Budget budget(byteCount);
@@ -164,7 +164,7 @@ DOMDocument* ParseMemory(const XMLByte* bytes, XMLSize_t byteCount, const XMLCh*
 
 // The path names a local file, never a URL: nothing is fetched from the network.
 CXercesIO::DOMDocument* CXercesIO::ParseFile(const View& path) {
-    if (!classxml::xerces_engine::Implementation()) return nullptr;
+    if (!classxml::xerces_platform::Implementation()) return nullptr;
     classxml::diagnostics::Begin();
     const CBasicString<WideChar> file(path);
     Budget budget; // grows as the file is read

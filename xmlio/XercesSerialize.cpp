@@ -8,14 +8,14 @@
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include "xmlio/DOMPrintErrorHandler.h"
-#include "xmlio/DiagnosticLog.h"
-#include "xmlio/FileTarget.h"
-#include "xmlio/ParseLimits.h"
-#include "xmlio/StringTarget.h"
-#include "xmlio/XercesIO.h"
-#include "xmlio/XercesText.h"
-#include "xmlio/XmlText.h"
+#include "classxml/xmlio/DOMPrintErrorHandler.h"
+#include "classxml/xmlio/DiagnosticLog.h"
+#include "classxml/xmlio/FileTarget.h"
+#include "classxml/xmlio/ParseLimits.h"
+#include "classxml/xmlio/StringTarget.h"
+#include "classxml/xmlio/XercesIO.h"
+#include "classxml/xmlio/XercesText.h"
+#include "classxml/xmlio/XmlText.h"
 
 using namespace xercesc;
 using classxml::xerces_text::ViewOf;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Export.h"
+#include "classxml/platform/Export.h"
 
 // Common base of the classes that hand strings to and from Xerces.
 class CLASSXML_API CXercesStringHandler {

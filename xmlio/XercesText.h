@@ -2,7 +2,7 @@
 
 #include <xercesc/util/XercesDefs.hpp>
 
-#include "BasicString.h"
+#include "classxml/BasicString.h"
 
 // Text handed to and taken from Xerces. XMLCh and WideChar are the same UTF-16 type on every
 // platform the library builds for, so text crosses without copies.

@@ -5,8 +5,8 @@
 
 #include <xercesc/util/XMLChar.hpp>
 
-#include "BasicString.h"
-#include "platform/Utf.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/Utf.h"
 
 // Which text an XML 1.0 document can hold, so that nothing goes into a document that cannot
 // come out of it again.

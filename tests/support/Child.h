@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/ProcessLimits.h"
+#include "classxml/platform/ProcessLimits.h"
 
 namespace classxml::testing {
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 
 namespace classxml::testing {
 

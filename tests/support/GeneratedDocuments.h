@@ -9,9 +9,9 @@
 
 #include <xercesc/dom/DOMException.hpp>
 
-#include "XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "platform/Utf.h"
-#include "stream/StreamWriter.h"
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/stream/StreamWriter.h"
 
 namespace classxml::testing {
 

@@ -5,8 +5,8 @@
 #include <random>
 #include <string>
 
-#include "BasicString.h"
-#include "platform/Utf.h"
+#include "classxml/BasicString.h"
+#include "classxml/platform/Utf.h"
 
 namespace classxml::testing {
 

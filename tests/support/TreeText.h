@@ -7,8 +7,8 @@
 
 #include <xercesc/dom/DOM.hpp>
 
-#include "BasicString.h"
-#include "stream/StreamReader.h"
+#include "classxml/BasicString.h"
+#include "classxml/stream/StreamReader.h"
 
 // A document's elements, attributes and text as one text, made from a DOM or from the stream
 // reader's events, so that the two readers can be compared: the same text means the same

@@ -4,7 +4,7 @@
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include "BasicString.h"
+#include "classxml/BasicString.h"
 
 namespace classxml::testing {
 

@@ -1,0 +1,156 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "classxml/archive/Engine.h"
+#include "classxml/archive/Members.h"
+#include "classxml/archive/TypeText.h"
+
+// How a type is archived: the shape of its element, its type text, and how it is saved and
+// loaded. The primary template takes classes (a serialize function, or save and load); each
+// family of standard types specialises Archived in a header of its own under archive/types/.
+//
+// A specialisation gives
+//   static constexpr Shape shape;
+//   static std::string_view TypeText();  the element name of a class, the keytype of a value,
+//                                        the kind of a sequence
+//   template <class Out> static void Save(Out& ar, std::string_view name, std::size_t index,
+//                                         const T& value);   the element, whole
+//   template <class In> static void Load(In& ar, T& value);  from the element entered
+//   template <class Dtd> static std::string Describe(Dtd& dtd, std::string_view name);
+//                                        declares the element; gives its name
+// where `index` is 0 for a member, and an item's place in its container from 1. A type that is
+// archived otherwise as a member than as an item (std::optional, absent when empty) gives
+//   template <class Out> static void SaveMember(Out& ar, std::string_view name, const T& value);
+//   template <class In> static void LoadMember(In& ar, std::string_view name, T& value);
+//   template <class Dtd> static Particle DescribeMember(Dtd& dtd, std::string_view name);
+
+namespace classxml::archive_detail {
+
+enum class Shape {
+    Value,    // a property element named as the member, keytype its type text
+    Class,    // a class element named by its type text, with varname when it is a member
+    Sequence, // a container element named as the member: keytype its kind, varkeytype the items'
+    Map,      // a map element: keytype "map", varkeytype the keys' type, vartype the values'
+};
+
+template <class T, class Enable = void>
+struct Archived;
+
+// A type archived otherwise as a member than as an item (see above).
+template <class T>
+concept HasMemberForm = requires {
+    requires Archived<T>::kMemberForm;
+};
+
+// What an archive is given between its parentheses: members by name, and base classes.
+template <class T>
+struct IsNameValue : std::false_type {};
+template <class T>
+struct IsNameValue<NameValue<T>> : std::true_type {};
+template <class T>
+struct IsBaseClass : std::false_type {};
+template <class T>
+struct IsBaseClass<BaseClass<T>> : std::true_type {};
+template <class T>
+concept Part = IsNameValue<T>::value || IsBaseClass<T>::value;
+
+// ---- Classes ------------------------------------------------------------------------------
+
+template <class T, class Archive>
+concept MemberSerialize = requires(T& value, Archive& archive) {
+    value.serialize(archive);
+};
+template <class T, class Archive>
+concept FreeSerialize = requires(T& value, Archive& archive) {
+    serialize(archive, value);
+};
+template <class T, class Archive>
+concept MemberSave = requires(const T& value, Archive& archive) {
+    value.save(archive);
+};
+template <class T, class Archive>
+concept FreeSave = requires(const T& value, Archive& archive) {
+    save(archive, value);
+};
+template <class T, class Archive>
+concept MemberLoad = requires(T& value, Archive& archive) {
+    value.load(archive);
+};
+template <class T, class Archive>
+concept FreeLoad = requires(T& value, Archive& archive) {
+    load(archive, value);
+};
+
+// The members of a class through its save (or serialize) function.
+template <class Archive, class T>
+void SaveMembers(Archive& archive, const T& value) {
+    if constexpr (MemberSave<T, Archive>)
+        value.save(archive);
+    else if constexpr (FreeSave<T, Archive>)
+        save(archive, value);
+    else if constexpr (MemberSerialize<T, Archive>)
+        const_cast<T&>(value).serialize(archive);
+    else if constexpr (FreeSerialize<T, Archive>)
+        serialize(archive, const_cast<T&>(value));
+    else
+        static_assert(sizeof(T) == 0,
+                      "the archive does not know this type: give it a serialize function, or "
+                      "save and load functions (members or free), or specialise Archived");
+}
+
+// The members of a class through its load (or serialize) function.
+template <class Archive, class T>
+void LoadMembers(Archive& archive, T& value) {
+    if constexpr (MemberLoad<T, Archive>)
+        value.load(archive);
+    else if constexpr (FreeLoad<T, Archive>)
+        load(archive, value);
+    else if constexpr (MemberSerialize<T, Archive>)
+        value.serialize(archive);
+    else if constexpr (FreeSerialize<T, Archive>)
+        serialize(archive, value);
+    else
+        static_assert(sizeof(T) == 0,
+                      "the archive does not know this type: give it a serialize function, or "
+                      "save and load functions (members or free), or specialise Archived");
+}
+
+template <class T, class Enable>
+struct Archived {
+    static constexpr Shape shape = Shape::Class;
+    static constexpr bool kClass = true; // a class of the application's
+    static std::string_view TypeText() { return TypeTextOf<T>(); }
+
+    template <class Out>
+    static void Save(Out& ar, std::string_view name, std::size_t index, const T& value) {
+        ar.Writer().BeginClass(TypeText(), index ? std::string_view() : name, index);
+        SaveMembers(ar, value);
+        ar.Writer().End();
+    }
+    template <class In>
+    static void Load(In& ar, T& value) {
+        if (ar.Reader().IsClass(TypeText())) LoadMembers(ar, value);
+    }
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view) {
+        const std::string element(TypeText());
+        if (!dtd.Declarations().Described(element))
+            dtd.Declarations().Declare(element, dtd.template MembersOf<T>(), {"varname"});
+        return element;
+    }
+};
+
+// The type text of a container's items, keys or values: a nested container by its kind.
+template <class T>
+std::string_view ItemTypeText() {
+    if constexpr (Archived<T>::shape == Shape::Map)
+        return "map";
+    else
+        return Archived<T>::TypeText();
+}
+
+} // namespace classxml::archive_detail

@@ -1,0 +1,137 @@
+#include "classxml/archive/detail/Dtd.h"
+
+#include <algorithm>
+
+#include "classxml/platform/FileIO.h"
+#include "classxml/platform/FileReplace.h"
+#include "classxml/platform/Utf.h"
+
+namespace classxml::archive_detail {
+namespace {
+
+bool IsNameCharacter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' ||
+           c == '-' || c == '_' || c == ':' || static_cast<unsigned char>(c) >= 0x80;
+}
+
+// What a content model allows: character data, and which elements.
+struct Allowed {
+    bool text = false;
+    std::set<std::string> elements;
+};
+
+Allowed AllowedBy(std::string_view model) {
+    Allowed allowed;
+    for (std::size_t at = 0; at < model.size();) {
+        const bool keyword = model[at] == '#'; // #PCDATA
+        std::size_t end = at + (keyword ? 1 : 0);
+        while (end < model.size() && IsNameCharacter(model[end]))
+            ++end;
+        const std::string_view token = model.substr(at, end - at);
+        if (token == "#PCDATA")
+            allowed.text = true;
+        else if (!token.empty() && !keyword && token != "EMPTY")
+            allowed.elements.emplace(token);
+        at = std::max(end, at + 1);
+    }
+    return allowed;
+}
+
+// One content model for an element that several do: the same when they agree, otherwise any
+// of what each allows, in any order.
+std::string UnionOf(const std::set<std::string>& models) {
+    if (models.size() == 1) return *models.begin();
+    Allowed all;
+    for (const std::string& model : models) {
+        const Allowed allowed = AllowedBy(model);
+        all.text = all.text || allowed.text;
+        all.elements.insert(allowed.elements.begin(), allowed.elements.end());
+    }
+    if (all.elements.empty()) return all.text ? "(#PCDATA)" : "EMPTY";
+    std::string model = all.text ? "(#PCDATA" : "(";
+    for (const std::string& element : all.elements)
+        model += (model.size() > 1 ? " | " : "") + element;
+    return model + ")*";
+}
+
+} // namespace
+
+void DtdDeclarations::Declare(std::string_view element, std::string model,
+                              std::initializer_list<std::string_view> attributes) {
+    Element& declared = m_elements[std::string(element)];
+    declared.models.insert(std::move(model));
+    for (const std::string_view attribute : attributes)
+        declared.attributes.emplace(attribute);
+}
+
+bool DtdDeclarations::Described(std::string_view element) {
+    return !m_described.emplace(element).second;
+}
+
+std::string DtdDeclarations::Text(std::string_view root) const {
+    std::string text = "<!-- Class XML whose root element is " + std::string(root) +
+                       ", with every element it may hold. -->\n";
+    const auto declare = [&](const std::string& name, const Element& element) {
+        text += "<!ELEMENT " + name + " " + UnionOf(element.models) + ">\n";
+        if (element.attributes.empty()) return;
+        text += "<!ATTLIST " + name;
+        for (const std::string& attribute : element.attributes)
+            text += " " + attribute + " CDATA #IMPLIED";
+        text += ">\n";
+    };
+    if (const auto found = m_elements.find(root); found != m_elements.end())
+        declare(found->first, found->second);
+    for (const auto& [name, element] : m_elements)
+        if (name != root) declare(name, element);
+    return text;
+}
+
+std::string SequenceModel(const std::vector<Particle>& particles) {
+    if (particles.empty()) return "EMPTY";
+    // Ambiguous when an optional member and one that may come next are the same element.
+    for (std::size_t i = 0; i < particles.size(); ++i) {
+        if (!particles[i].optional) continue;
+        for (std::size_t j = i + 1; j < particles.size(); ++j) {
+            if (particles[j].element == particles[i].element) {
+                std::set<std::string> any;
+                for (const Particle& particle : particles)
+                    any.insert(particle.element);
+                std::string model = "(";
+                for (const std::string& element : any)
+                    model += (model.size() > 1 ? " | " : "") + element;
+                return model + ")*";
+            }
+            if (!particles[j].optional) break;
+        }
+    }
+    std::string model = "(";
+    for (const Particle& particle : particles)
+        model += (model.size() > 1 ? ", " : "") + particle.element + (particle.optional ? "?" : "");
+    return model + ")";
+}
+
+std::string ChoiceModel(std::vector<std::string> elements, bool none) {
+    std::sort(elements.begin(), elements.end());
+    elements.erase(std::unique(elements.begin(), elements.end()), elements.end());
+    if (elements.empty()) return "EMPTY";
+    std::string model = "(";
+    for (const std::string& element : elements)
+        model += (model.size() > 1 ? " | " : "") + element;
+    return model + (none ? ")?" : ")");
+}
+
+Result SaveText(std::string_view path, std::string_view text) {
+    platform::FileReplacement file(
+        platform::Utf8ToUtf16(path));
+    Result result;
+    if (file.Kind() != platform::WriteTarget::Kind::MissingFolder &&
+        file.Write(text.data(), text.size()) && file.Commit())
+        return result;
+    result.ok = false;
+    result.path = std::string(path);
+    result.expected = "the text saved to \"" + std::string(path) + '"';
+    result.found = file.Error() ? platform::ErrorText(file.Error()) : "no such folder";
+    return result;
+}
+
+} // namespace classxml::archive_detail

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <initializer_list>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "classxml/archive/detail/Archived.h"
+#include "classxml/archive/Result.h"
+#include "classxml/platform/Export.h"
+
+namespace classxml::archive_detail {
+
+// The element declarations of a DTD, collected element by element. An element name that
+// stands for values of several shapes (a `name` that is text in one class and a container in
+// another) gets the union of their content models, which says which elements it may hold but
+// no longer in what order or how often; no DTD says what type a value's text is.
+class CLASSXML_API DtdDeclarations {
+public:
+    // Declares `element` with a content model ("(#PCDATA)", "EMPTY", "(a, b?)", "(a)*") and
+    // the attributes it may carry, beside what it was declared with before.
+    void Declare(std::string_view element, std::string model,
+                 std::initializer_list<std::string_view> attributes);
+    // False the first time a class element is asked about, true after: so that a type is
+    // described once, and a type that holds itself is no endless walk.
+    bool Described(std::string_view element);
+    // The DTD's text, the root element first and the others by name.
+    std::string Text(std::string_view root) const;
+
+private:
+    struct Element {
+        std::set<std::string> models;
+        std::set<std::string, std::less<>> attributes;
+    };
+    std::map<std::string, Element, std::less<>> m_elements;
+    std::set<std::string, std::less<>> m_described;
+};
+
+// A member of a class as its content model lists it.
+struct Particle {
+    std::string element;
+    bool optional = false;
+};
+
+// The content model of a class element: its members in order, "?" for the optional ones; where
+// such a sequence would be ambiguous (an optional member of the same element as another), any
+// of them in any order.
+CLASSXML_API std::string SequenceModel(const std::vector<Particle>& particles);
+// Any one of the elements, once ("?" when `none` may stand for nothing at all).
+CLASSXML_API std::string ChoiceModel(std::vector<std::string> elements, bool none);
+
+// Writes `text` to the file at `path` in one step, as every save; the Result of it.
+CLASSXML_API Result SaveText(std::string_view path, std::string_view text);
+
+// What a `serialize` (or `save`) function is given when a DTD is made from its type: each
+// member's element is declared, and the class's content model collected, member by member.
+class DtdArchive {
+public:
+    explicit DtdArchive(DtdDeclarations& declarations) : m_declarations(declarations) {}
+
+    template <Part... Parts>
+    DtdArchive& operator()(const Parts&... parts) {
+        (Take(parts), ...);
+        return *this;
+    }
+    template <class T>
+    DtdArchive& operator()(std::string_view name, const T&) {
+        m_particles->push_back(MemberParticle<T>(name));
+        return *this;
+    }
+
+    // The element `T` has under `name`, declared with all it may hold.
+    template <class T>
+    std::string Element(std::string_view name) {
+        return Archived<T>::Describe(*this, name);
+    }
+    // The content model of class `T`, from the members its save (or serialize) names.
+    template <class T>
+    std::string MembersOf() {
+        static_assert(std::is_default_constructible_v<T>,
+                      "a DTD is made from an object of each class: give it a default constructor");
+        const T object{};
+        std::vector<Particle> particles;
+        std::vector<Particle>* outer = m_particles;
+        m_particles = &particles;
+        SaveMembers(*this, object);
+        m_particles = outer;
+        return SequenceModel(particles);
+    }
+    DtdDeclarations& Declarations() { return m_declarations; }
+
+private:
+    template <class T>
+    Particle MemberParticle(std::string_view name);
+    template <class T>
+    void Take(const T& part);
+
+    DtdDeclarations& m_declarations;
+    std::vector<Particle>* m_particles = nullptr;
+};
+
+} // namespace classxml::archive_detail

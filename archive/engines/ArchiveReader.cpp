@@ -1,0 +1,70 @@
+#include "classxml/archive/engines/ArchiveReader.h"
+
+#include "classxml/platform/FileIO.h"
+#include "classxml/stream/TextCollectors.h"
+
+namespace classxml::archive_detail {
+
+ArchiveReader::~ArchiveReader() = default;
+
+// Numbers are short by nature: only the first characters of their text are kept (see
+// ValueText), whatever the document holds.
+template <class Value>
+bool ArchiveReader::ReadValue(std::string_view type, Value& value) {
+    stream_detail::ValueText text;
+    if (!TextOf(type, text)) return false;
+    const std::optional<Value> parsed = text.Parse<Value>();
+    if (!parsed) return Fail(std::string(type), text.Quoted());
+    value = *parsed;
+    return true;
+}
+
+// Text is built in place as it is read.
+template <class Collector, class Text>
+bool ArchiveReader::ReadText(std::string_view type, Text& text) {
+    Collector collector(text);
+    const bool read = TextOf(type, collector);
+    collector.Finish();
+    return read;
+}
+
+// One line per value type: each goes through the one conversion of its type.
+#define CLASSXML_READ(Type)                                                                        \
+    bool ArchiveReader::Read(std::string_view type, Type& value) { return ReadValue(type, value); }
+CLASSXML_READ(std::int32_t)
+CLASSXML_READ(std::int64_t)
+CLASSXML_READ(std::uint32_t)
+CLASSXML_READ(std::uint64_t)
+CLASSXML_READ(bool)
+CLASSXML_READ(double)
+CLASSXML_READ(DB_ID)
+CLASSXML_READ(DB_GROUP_ID)
+CLASSXML_READ(DB_USER_ID)
+CLASSXML_READ(DB_TIME_TYPE)
+CLASSXML_READ(DB_UTC_TIME_TYPE)
+CLASSXML_READ(DB_VERSIONNUMBER)
+#undef CLASSXML_READ
+
+bool ArchiveReader::Read(std::string_view type, std::string& value) {
+    return ReadText<stream_detail::Utf8Text>(type, value);
+}
+
+bool ArchiveReader::Read(std::string_view type, std::u16string& value) {
+    return ReadText<stream_detail::Utf16Text<std::u16string>>(type, value);
+}
+
+bool ArchiveReader::Unopened(std::string_view path, int error) {
+    m_result.diagnostics = LastDiagnostics();
+    return Fail({}, "cannot open \"" + std::string(path) + "\": " + platform::ErrorText(error));
+}
+
+bool ArchiveReader::Fail(std::string expected, std::string found, std::string_view leaf) {
+    if (Failed()) return false;
+    m_result.ok = false;
+    m_result.path = m_path.Text(leaf);
+    m_result.expected = std::move(expected);
+    m_result.found = std::move(found);
+    return false;
+}
+
+} // namespace classxml::archive_detail

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "classxml/BasicString.h"
+#include "classxml/DatabaseTypes.h"
+#include "classxml/archive/detail/MemberPath.h"
+#include "classxml/archive/Result.h"
+#include "classxml/platform/Export.h"
+#include "classxml/stream/StreamReader.h"
+
+namespace classxml::archive_detail {
+
+// What the readers of both engines share: every value type read strictly through its one text
+// conversion, strings exactly as they were written, and the first failure kept with the
+// member's path, after which every call answers false. A reader gives the text of the element
+// it stands on.
+class CLASSXML_API ArchiveReader {
+public:
+    virtual ~ArchiveReader();
+
+    bool Read(std::string_view type, std::int32_t& value);
+    bool Read(std::string_view type, std::int64_t& value);
+    bool Read(std::string_view type, std::uint32_t& value);
+    bool Read(std::string_view type, std::uint64_t& value);
+    bool Read(std::string_view type, bool& value);
+    bool Read(std::string_view type, double& value);
+    bool Read(std::string_view type, DB_ID& value);
+    bool Read(std::string_view type, DB_GROUP_ID& value);
+    bool Read(std::string_view type, DB_USER_ID& value);
+    bool Read(std::string_view type, DB_TIME_TYPE& value);
+    bool Read(std::string_view type, DB_UTC_TIME_TYPE& value);
+    bool Read(std::string_view type, DB_VERSIONNUMBER& value);
+    // Text exactly as it was written, carriage returns and line feeds as they were.
+    bool Read(std::string_view type, std::string& value);
+    bool Read(std::string_view type, std::u16string& value);
+
+    // Records a failure at the top (or at its member `leaf`): false.
+    bool Fail(std::string expected, std::string found, std::string_view leaf = {});
+    // Records that the file at `path` could not be opened, for the system's reason `error`.
+    bool Unopened(std::string_view path, int error);
+    bool Failed() const { return !m_result; }
+    Result TakeResult() { return std::move(m_result); }
+
+protected:
+    // Hands the text of the element the reader stands on, exactly as the application wrote it,
+    // to `pieces`, once its keytype (when it has one) is `type`; false after a failure, which
+    // the reader has recorded.
+    virtual bool TextOf(std::string_view type, TextPieces& pieces) = 0;
+
+    MemberPath m_path;
+    Result m_result;
+
+private:
+    template <class Value>
+    bool ReadValue(std::string_view type, Value& value);
+    template <class Collector, class Text>
+    bool ReadText(std::string_view type, Text& text);
+};
+
+} // namespace classxml::archive_detail

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "classxml/BasicString.h"
+#include "classxml/DatabaseTypes.h"
+#include "classxml/archive/detail/MemberPath.h"
+#include "classxml/archive/Result.h"
+#include "classxml/platform/Export.h"
+
+namespace classxml::archive_detail {
+
+// An attribute a class element carries besides varname, in UTF-8.
+using Attribute = std::pair<std::string_view, std::string_view>;
+
+// Where a document is saved: the file at `path`, or `text` when it is given.
+struct Destination {
+    std::string_view path;
+    std::string* text = nullptr;
+};
+
+// What the writers of both engines share: every value type taken to the engine's writer of its
+// family, UTF-8 text checked, and the first failure kept with the member's path, after which
+// writes are skipped.
+class CLASSXML_API ArchiveWriter {
+public:
+    virtual ~ArchiveWriter();
+
+    void Write(std::string_view name, std::string_view type, std::int32_t value);
+    void Write(std::string_view name, std::string_view type, std::int64_t value);
+    void Write(std::string_view name, std::string_view type, std::uint32_t value);
+    void Write(std::string_view name, std::string_view type, std::uint64_t value);
+    void Write(std::string_view name, std::string_view type, bool value);
+    void Write(std::string_view name, std::string_view type, double value);
+    void Write(std::string_view name, std::string_view type, DB_ID value);
+    void Write(std::string_view name, std::string_view type, DB_GROUP_ID value);
+    void Write(std::string_view name, std::string_view type, DB_USER_ID value);
+    void Write(std::string_view name, std::string_view type, DB_TIME_TYPE value);
+    void Write(std::string_view name, std::string_view type, DB_UTC_TIME_TYPE value);
+    void Write(std::string_view name, std::string_view type, DB_VERSIONNUMBER value);
+    // Text in UTF-8; ill-formed UTF-8 is refused rather than replaced.
+    void Write(std::string_view name, std::string_view type, std::string_view value);
+    void Write(std::string_view name, std::string_view type, std::u16string_view value);
+    void WriteEnumerator(std::string_view name, std::string_view type, std::string_view value);
+    // Reports a value the archive cannot write (an enumerator missing from its table).
+    void Refuse(std::string_view name, std::string expected, std::string found);
+
+    // Ok until a write fails.
+    const Result& Status() const { return m_result; }
+
+protected:
+    // A value of a number family (identifiers, times and version numbers included).
+    using Number = std::variant<std::int32_t, std::int64_t, std::uint32_t, std::uint64_t, bool,
+                                double, DB_ID, DB_TIME_TYPE, DB_UTC_TIME_TYPE, DB_VERSIONNUMBER>;
+    // Writes one property element; the engine refuses (and reports) what it cannot write.
+    virtual void PutNumber(std::string_view name, std::string_view type, const Number& value) = 0;
+    virtual void PutText(std::string_view name, std::string_view type,
+                         CBasicStringView<WideChar> text, bool enumerator) = 0;
+
+    MemberPath m_path;
+    Result m_result;
+};
+
+} // namespace classxml::archive_detail

@@ -1,0 +1,160 @@
+#include "classxml/archive/engines/DomWriter.h"
+
+#include <xercesc/dom/DOMException.hpp>
+
+#include "classxml/archive/detail/StartOnFirstUse.h"
+#include "classxml/archive/detail/WideText.h"
+#include "classxml/platform/FileReplace.h"
+#include "classxml/platform/Utf.h"
+
+namespace classxml::archive_detail {
+
+using Handle = CXMLClassReaderWriter;
+using View = Handle::View;
+
+DomWriter::DomWriter(Destination destination, std::string_view rootName,
+                               const DocumentType& doctype)
+    : m_destination(destination), m_rootName(rootName),
+      m_root(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true) {
+    StartEngineOnFirstUse();
+    const WideText root(rootName), publicId(doctype.publicId), systemId(doctype.systemId);
+    m_path.Enter(m_rootName);
+    if (!m_root.CreateDocument(root.view(), publicId.view(), systemId.view())) {
+        Refuse({},
+               "a document with root element \"" + std::string(rootName) + '"' +
+                   (doctype.publicId.empty() && doctype.systemId.empty() ? "" : " and DOCTYPE"),
+               "the engine refusing it");
+        return;
+    }
+    m_open.push_back(m_root);
+}
+
+DomWriter::~DomWriter() { m_root.ReleaseDocument(); }
+
+void DomWriter::Open(Handle element, std::string_view name, std::size_t index) {
+    m_path.Enter(name, index);
+    if (!element.IsDefined()) Refuse({}, "a name and text XML can carry", "one it cannot");
+    m_open.push_back(std::move(element));
+}
+
+void DomWriter::BeginClass(std::string_view elementName, std::string_view variableName,
+                                std::size_t index, Attribute attribute) {
+    if (!m_result) return Open(m_root, elementName, index); // keeps Begin and End paired
+    const WideText element(elementName), variable(variableName);
+    Handle made = Made(elementName,
+                       [&] { return m_open.back().CreateClass(element.view(), variable.view()); });
+    const bool attributed =
+        attribute.first.empty() || !made.IsDefined() ||
+        made.AddAttributeValue(WideText(attribute.first).view(), WideText(attribute.second).view());
+    Open(made, variableName.empty() ? elementName : variableName, index);
+    if (!attributed) Refuse({}, "a name and text XML can carry", "one it cannot");
+}
+
+void DomWriter::BeginSequence(std::string_view name, std::string_view kind,
+                                   std::string_view itemType, std::size_t index) {
+    if (!m_result) return Open(m_root, name, index);
+    const WideText element(name), item(itemType);
+    Handle& parent = m_open.back();
+    Open(Made(name,
+              [&] {
+                  return kind == "list"  ? parent.AddLISTProperty(element.view(), item.view())
+                         : kind == "set" ? parent.AddSETProperty(element.view(), item.view())
+                                         : parent.AddVECTORProperty(element.view(), item.view());
+              }),
+         name, index);
+}
+
+void DomWriter::BeginMap(std::string_view name, std::string_view keyType,
+                              std::string_view valueType, std::size_t index) {
+    if (!m_result) return Open(m_root, name, index);
+    const WideText element(name), key(keyType), value(valueType);
+    Open(Made(name,
+              [&] {
+                  return m_open.back().AddMAPProperty(element.view(), key.view(), value.view());
+              }),
+         name, index);
+}
+
+// The DOM raises an exception for a name it rejects; the archive reports it as a failure.
+template <class Make>
+Handle DomWriter::Made(std::string_view name, Make make) {
+    try {
+        return make();
+    } catch (const xercesc::DOMException&) {
+        Refuse({}, "an element name XML allows", '"' + std::string(name) + '"');
+        return m_root;
+    }
+}
+
+void DomWriter::End() {
+    m_open.pop_back();
+    m_path.Leave();
+}
+
+template <class Writer>
+void DomWriter::Put(std::string_view name, std::string_view type, Writer add) {
+    if (!m_result) return;
+    const WideText element(name), typeText(type);
+    if (!Made(name, [&] {
+             return add(m_open.back(), element.view(), typeText.view());
+         }).IsDefined())
+        Refuse(name, "text XML can carry", "a character it cannot");
+}
+
+namespace {
+
+// The handle's writer of each number family.
+Handle Add(Handle& h, View n, View t, std::int32_t v) { return h.AddintProperty(n, t, v); }
+Handle Add(Handle& h, View n, View t, std::int64_t v) { return h.Add__int64Property(n, t, v); }
+Handle Add(Handle& h, View n, View t, std::uint32_t v) { return h.AddUINTProperty(n, t, v); }
+Handle Add(Handle& h, View n, View t, std::uint64_t v) { return h.AddDWORD64Property(n, t, v); }
+Handle Add(Handle& h, View n, View t, bool v) { return h.AddboolProperty(n, t, v); }
+Handle Add(Handle& h, View n, View t, double v) { return h.AdddoubleProperty(n, t, v); }
+Handle Add(Handle& h, View n, View t, DB_ID v) { return h.AddDB_IDProperty(n, t, v); }
+Handle Add(Handle& h, View n, View t, DB_TIME_TYPE v) { return h.AddDB_TIME_TYPEProperty(n, t, v); }
+Handle Add(Handle& h, View n, View t, DB_UTC_TIME_TYPE v) {
+    return h.AddDB_UTC_TIME_TYPEProperty(n, t, v);
+}
+Handle Add(Handle& h, View n, View t, DB_VERSIONNUMBER v) {
+    return h.AddDB_VERSIONNUMBERProperty(n, t, v);
+}
+
+} // namespace
+
+void DomWriter::PutNumber(std::string_view name, std::string_view type, const Number& value) {
+    Put(name, type, [&](Handle& h, View n, View t) {
+        return std::visit([&](auto number) { return Add(h, n, t, number); }, value);
+    });
+}
+
+void DomWriter::PutText(std::string_view name, std::string_view type,
+                             CBasicStringView<WideChar> text, bool enumerator) {
+    Put(name, type, [&](Handle& h, View n, View t) {
+        return enumerator ? h.AddENUMProperty(n, t, text) : h.AddAlpTStringProperty(n, t, text);
+    });
+}
+
+Result DomWriter::Finish() {
+    if (!m_result) return m_result;
+    if (m_destination.text) {
+        char8_t* buffer = nullptr;
+        unsigned long long length = 0;
+        if (m_root.SaveToString(&buffer, length, true))
+            m_destination.text->assign(reinterpret_cast<const char*>(buffer), length);
+        else
+            Refuse({}, "the document saved to a string", "the save failing");
+        Handle::FreeMemory(&buffer);
+    } else {
+        // The handle answers true for a folder that does not exist, having written nothing.
+        const std::string_view path = m_destination.path;
+        const CBasicString<WideChar> file =
+            platform::Utf8ToUtf16(path);
+        if (platform::InspectWriteTarget(file).kind == platform::WriteTarget::Kind::MissingFolder ||
+            !m_root.SaveToFile(file))
+            Refuse({}, "the document saved to \"" + std::string(path) + '"', "the save failing");
+    }
+    m_result.diagnostics = LastDiagnostics();
+    return m_result;
+}
+
+} // namespace classxml::archive_detail

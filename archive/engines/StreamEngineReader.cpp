@@ -1,0 +1,383 @@
+#include "classxml/archive/engines/StreamEngineReader.h"
+
+#include <algorithm>
+
+#include "classxml/archive/detail/StartOnFirstUse.h"
+#include "classxml/archive/detail/WideText.h"
+#include "classxml/platform/Utf.h"
+#include "classxml/stream/StreamReader.h"
+#include "classxml/xmlio/ReadSettings.h"
+
+namespace classxml::archive_detail {
+namespace {
+
+using Event = StreamReader::Event;
+using View = CBasicStringView<WideChar>;
+
+constexpr View kVarName = WIDE("varname");
+constexpr View kKeyType = WIDE("keytype");
+
+// `wide` and the longer `utf8` as the same text, which is then not ASCII.
+bool SameLongerText(View wide, std::string_view utf8) {
+    std::size_t i = 0;
+    while (i < wide.size() && static_cast<unsigned char>(utf8[i]) < 0x80 &&
+           wide[i] == WideChar(utf8[i]))
+        ++i;
+    if (i < wide.size() && static_cast<unsigned char>(utf8[i]) < 0x80) return false;
+    return Utf8Of(wide.substr(i)) == utf8.substr(i);
+}
+
+// Names and type texts are nearly always ASCII, compared here without a conversion. UTF-8 takes
+// more code units than UTF-16 for any text that is not ASCII, and as many for ASCII.
+inline bool SameText(View wide, std::string_view utf8) {
+    if (utf8.size() != wide.size()) return utf8.size() > wide.size() && SameLongerText(wide, utf8);
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        const auto unit = static_cast<unsigned char>(utf8[i]);
+        if (unit >= 0x80 || wide[i] != unit) return false;
+    }
+    return true;
+}
+
+} // namespace
+
+StreamEngineReader::StreamEngineReader() : m_reader(std::make_unique<StreamReader>()) {
+    StartEngineOnFirstUse();
+}
+
+StreamEngineReader::~StreamEngineReader() = default;
+
+// The settings are taken when the reading starts: the DTD directory and whether complaints go to
+// standard error too hold for the whole document.
+bool StreamEngineReader::LoadFile(std::string_view path, std::string_view rootName,
+                                    const LoadOptions& options) {
+    const read_settings::Scope settings(DtdDirectoryFor(path, options), !options.standardError);
+    const bool opened = m_reader->OpenFile(
+        platform::Utf8ToUtf16(path));
+    if (m_reader->OpenError() != 0) {
+        m_rootName = rootName;
+        m_path.Enter(m_rootName);
+        return Unopened(path, m_reader->OpenError());
+    }
+    return Started(opened, rootName);
+}
+
+bool StreamEngineReader::LoadString(std::string_view utf8, std::string_view rootName,
+                                      const LoadOptions& options) {
+    const read_settings::Scope settings(DtdDirectoryFor({}, options), !options.standardError);
+    return Started(m_reader->OpenString(utf8), rootName);
+}
+
+bool StreamEngineReader::Started(bool opened, std::string_view rootName) {
+    m_rootName = rootName;
+    if (!opened || Advance() != Event::StartElement) {
+        m_path.Enter(m_rootName);
+        return Stopped();
+    }
+    m_childName = m_reader->Name();
+    Enter(m_rootName, 0);
+    return rootName.empty() || IsClass(rootName);
+}
+
+// The document ended, or failed, before the archive was done with it.
+bool StreamEngineReader::Stopped() {
+    m_result.diagnostics = LastDiagnostics();
+    return Fail("a well-formed, valid document", "one that is not");
+}
+
+// Enters the live child the reader stands on.
+void StreamEngineReader::Enter(std::string_view name, std::size_t index) {
+    if (m_open == m_frames.size()) m_frames.emplace_back();
+    Frame& frame = m_frames[m_open++];
+    frame = Frame{m_childName, index, true, false, 0, 0, m_held.size()};
+    m_pending = false;
+    m_onStartTag = true;
+    if (index)
+        m_path.Enter(frame.name, index); // an item is named by its element
+    else
+        m_path.Enter(name);
+}
+
+// Enters an element held before.
+void StreamEngineReader::Replay(std::size_t held, std::string_view name, std::size_t index) {
+    if (m_open == m_frames.size()) m_frames.emplace_back();
+    Frame& frame = m_frames[m_open++];
+    m_held[held].taken = true;
+    frame = Frame{m_held[held].name, index, false, true, held, held, 0};
+    if (index)
+        m_path.Enter(frame.name, index);
+    else
+        m_path.Enter(name);
+}
+
+// The reader's next event, which leaves the start tag it stood on.
+StreamReader::Event StreamEngineReader::Advance() {
+    m_onStartTag = false;
+    return m_reader->Next();
+}
+
+// An attribute of an open element. A live element's attributes stay in the reader only while
+// it stands on their start tag, and the archive asks for them before it reads on.
+std::optional<View> StreamEngineReader::AttributeOf(const Frame& frame, View name) const {
+    if (frame.live) return m_onStartTag ? m_reader->Attribute(name) : std::nullopt;
+    for (const auto& [attribute, value] : m_held[frame.held].attributes)
+        if (attribute == name) return View(value);
+    return std::nullopt;
+}
+
+// Steps onto the next child element of the innermost open element, a live one; false at its end.
+bool StreamEngineReader::NextChild() {
+    if (Failed()) return false;
+    if (m_pending) return true;
+    Frame& top = m_frames[m_open - 1];
+    if (top.ended) return false;
+    m_onStartTag = false;
+    switch (m_reader->NextTag()) {
+    case Event::StartElement:
+        m_childName = m_reader->Name();
+        return m_pending = true;
+    case Event::EndElement:
+        top.ended = true;
+        return false;
+    default:
+        return Stopped();
+    }
+}
+
+// Steps over the child the reader stands on.
+bool StreamEngineReader::SkipChild() {
+    m_pending = false;
+    m_onStartTag = false;
+    return m_reader->Skip() || Stopped();
+}
+
+// Holds the child the reader stands on, with all it holds, for a later ask.
+bool StreamEngineReader::Hold() {
+    std::vector<std::size_t> open; // the held elements not yet ended
+    const auto start = [&] {
+        Held& held = m_held.emplace_back();
+        held.name = m_reader->Name();
+        for (std::size_t i = 0; i < m_reader->AttributeCount(); ++i)
+            held.attributes.emplace_back(m_reader->AttributeName(i), m_reader->AttributeValue(i));
+        m_heldBytes += sizeof(Held) + 2 * held.name.size();
+        for (const auto& [name, value] : held.attributes)
+            m_heldBytes += 2 * (name.size() + value.size());
+        open.push_back(m_held.size() - 1);
+    };
+    m_pending = false;
+    start();
+    while (!open.empty()) {
+        if (m_heldBytes > kMostHeld)
+            return Fail("members within " + std::to_string(kMostHeld >> 20) +
+                            " MiB of elements passed over to find them",
+                        "more before them");
+        switch (Advance()) {
+        case Event::StartElement:
+            start();
+            break;
+        case Event::Text:
+            m_held[open.back()].text += m_reader->Text();
+            m_heldBytes += 2 * m_reader->Text().size();
+            break;
+        case Event::EndElement:
+            m_held[open.back()].end = m_held.size();
+            open.pop_back();
+            break;
+        default:
+            return Stopped();
+        }
+    }
+    return true;
+}
+
+bool StreamEngineReader::Matches(View name, std::optional<View> variable,
+                                   std::string_view elementName, std::string_view variableName,
+                                   bool byVariable) const {
+    if (!SameText(name, elementName)) return false;
+    if (!byVariable) return true;
+    return variable ? SameText(*variable, variableName) : variableName.empty();
+}
+
+// The child of the innermost open element that is the member asked for: among what it holds,
+// or further on in the document, holding what stands before it.
+StreamEngineReader::Found StreamEngineReader::Find(std::string_view elementName,
+                                                       std::string_view variableName,
+                                                       bool byVariable) {
+    if (Failed()) return {};
+    const Frame& top = m_frames[m_open - 1];
+    const std::size_t first = top.live ? top.aside : top.held + 1;
+    const std::size_t end = top.live ? m_held.size() : m_held[top.held].end;
+    for (std::size_t i = first; i < end; i = m_held[i].end) {
+        const Held& held = m_held[i];
+        std::optional<View> variable;
+        for (const auto& [attribute, value] : held.attributes)
+            if (attribute == kVarName) variable = value;
+        if (!held.taken && Matches(held.name, variable, elementName, variableName, byVariable))
+            return {Found::Where::Held, i};
+    }
+    if (!top.live) return {};
+    while (NextChild()) {
+        if (SameText(m_childName, elementName) &&
+            (!byVariable ||
+             Matches(m_childName, m_reader->Attribute(kVarName), elementName, variableName, true)))
+            return {Found::Where::Next, 0};
+        if (!Hold()) return {};
+    }
+    return {};
+}
+
+bool StreamEngineReader::EnterFound(const Found& found, std::string_view name) {
+    if (found.where == Found::Where::Held)
+        Replay(found.held, name, 0);
+    else
+        Enter(name, 0);
+    return true;
+}
+
+bool StreamEngineReader::HasMember(std::string_view name) {
+    return Find(name, {}, false).where != Found::Where::Nowhere;
+}
+
+bool StreamEngineReader::HasClassMember(std::string_view elementName,
+                                          std::string_view variableName) {
+    return Find(elementName, variableName, true).where != Found::Where::Nowhere;
+}
+
+bool StreamEngineReader::EnterMember(std::string_view name) {
+    const Found found = Find(name, {}, false);
+    if (found.where == Found::Where::Nowhere) return !Failed() && Fail("a member", "none", name);
+    return EnterFound(found, name);
+}
+
+bool StreamEngineReader::EnterClassMember(std::string_view elementName,
+                                            std::string_view variableName) {
+    const Found found = Find(elementName, variableName, true);
+    if (found.where == Found::Where::Nowhere)
+        return !Failed() &&
+               Fail("a class element " + std::string(elementName), "none", variableName);
+    return EnterFound(found, variableName);
+}
+
+bool StreamEngineReader::NextObject(std::string_view elementName, std::size_t index) {
+    while (NextChild()) {
+        if (SameText(m_childName, elementName)) return Enter({}, index), true;
+        if (!SkipChild()) return false;
+    }
+    return false;
+}
+
+// Items stand in document order: the next child, live or held.
+bool StreamEngineReader::FirstItem() {
+    if (Failed()) return false;
+    Frame& top = m_frames[m_open - 1];
+    if (top.live) {
+        if (!NextChild()) return false;
+        Enter({}, 1);
+        return true;
+    }
+    const std::size_t first = top.held + 1;
+    if (first >= m_held[top.held].end) return false;
+    top.cursor = first;
+    Replay(first, {}, 1);
+    return true;
+}
+
+bool StreamEngineReader::NextItem() {
+    if (Failed()) return false;
+    const std::size_t index = m_frames[m_open - 1].index + 1;
+    Leave();
+    Frame& top = m_frames[m_open - 1];
+    if (top.live) {
+        if (!NextChild()) return false;
+        Enter({}, index);
+        return true;
+    }
+    const std::size_t next = m_held[top.cursor].end;
+    if (next >= m_held[top.held].end) return false;
+    top.cursor = next;
+    Replay(next, {}, index);
+    return true;
+}
+
+// A live element is read on to its end, past what the archive did not ask for, and what it
+// held goes.
+void StreamEngineReader::Leave() {
+    if (m_open == 0) return;
+    const Frame& top = m_frames[m_open - 1];
+    if (top.live) {
+        if (!top.ended)
+            while (NextChild())
+                SkipChild();
+        m_pending = false;
+        for (std::size_t i = top.aside; i < m_held.size(); ++i) {
+            const Held& held = m_held[i];
+            m_heldBytes -= sizeof(Held) + 2 * (held.name.size() + held.text.size());
+            for (const auto& [name, value] : held.attributes)
+                m_heldBytes -= 2 * (name.size() + value.size());
+        }
+        if (top.aside < m_held.size()) m_held.resize(top.aside);
+    }
+    --m_open;
+    m_path.Leave();
+}
+
+bool StreamEngineReader::IsClass(std::string_view elementName) {
+    if (Failed()) return false;
+    const Frame& top = m_frames[m_open - 1];
+    if (SameText(top.name, elementName)) return true;
+    return Fail("class element " + std::string(elementName), "element " + Utf8Of(top.name));
+}
+
+std::string StreamEngineReader::ElementName() {
+    return Failed() ? std::string() : Utf8Of(m_frames[m_open - 1].name);
+}
+
+std::optional<std::string> StreamEngineReader::Attribute(std::string_view name) {
+    if (Failed()) return std::nullopt;
+    const auto value = AttributeOf(m_frames[m_open - 1], WideText(name).view());
+    return value ? std::optional<std::string>(Utf8Of(*value)) : std::nullopt;
+}
+
+bool StreamEngineReader::IsContainer(std::string_view kind, std::string_view itemType,
+                                       std::string_view valueType) {
+    if (Failed()) return false;
+    const Frame& top = m_frames[m_open - 1];
+    const bool map = kind == "map";
+    const auto text = [&](View name) { return AttributeOf(top, name).value_or(View()); };
+    const View foundKind = text(kKeyType), foundItem = text(WIDE("varkeytype")),
+               foundValue = map ? text(WIDE("vartype")) : View();
+    if (SameText(foundKind, kind) && SameText(foundItem, itemType) &&
+        (!map || SameText(foundValue, valueType)))
+        return true;
+    const auto describe = [map](std::string_view k, std::string_view i, std::string_view v) {
+        return std::string(k) + " of " + std::string(i) + (map ? " to " + std::string(v) : "");
+    };
+    return Fail(describe(kind, itemType, valueType),
+                describe(Utf8Of(foundKind), Utf8Of(foundItem), Utf8Of(foundValue)));
+}
+
+// The text of the innermost open element, once its keytype (when it has one) is `type`. Like
+// the handle's content, it is the element's own character data; a live element is read to its
+// end tag.
+bool StreamEngineReader::TextOf(std::string_view type, TextPieces& pieces) {
+    if (Failed()) return false;
+    Frame& top = m_frames[m_open - 1];
+    if (const auto keyType = AttributeOf(top, kKeyType); keyType && !SameText(*keyType, type))
+        return Fail(std::string(type), "keytype " + Utf8Of(*keyType));
+    if (!top.live) {
+        pieces.Take(m_held[top.held].text);
+        return true;
+    }
+    if (!m_onStartTag || !m_reader->ReadText(pieces)) return Stopped();
+    m_onStartTag = false;
+    top.ended = true;
+    return true;
+}
+
+void StreamEngineReader::Finish() {
+    while (m_open > 0)
+        Leave();
+    if (!Failed() && Advance() != Event::End) Stopped();
+    m_result.diagnostics = LastDiagnostics();
+}
+
+} // namespace classxml::archive_detail

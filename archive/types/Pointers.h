@@ -1,0 +1,191 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <typeinfo>
+#include <unordered_map>
+
+#include "classxml/archive/detail/Archived.h"
+#include "classxml/archive/detail/Dtd.h"
+#include "classxml/archive/detail/Polymorphic.h"
+#include "classxml/archive/detail/SharedObjects.h"
+
+// Pointers, as the class element "pointer" holding what it points to as its one item (a class
+// by its element, named by its type; a value as "item"), and nothing for a null pointer. Objects
+// that several shared_ptrs share are saved once: the first pointer carries "varid", the others
+// only "varref" with the same number, and they come back as one object shared the same way. A
+// pointer to a polymorphic base holding another class holds that class's element: its type must
+// be registered (CLASSXML_REGISTER_TYPE), on saving and on loading.
+namespace classxml::archive_detail {
+
+inline constexpr std::string_view kId = "varid";
+inline constexpr std::string_view kReference = "varref";
+
+template <class Pointer, class T, bool kShared>
+struct ArchivedPointer {
+    static constexpr Shape shape = Shape::Class;
+    static std::string_view TypeText() { return TypeTextOr<Pointer>("pointer"); }
+
+    template <class Out>
+    static void Save(Out& ar, std::string_view name, std::size_t index, const Pointer& pointer) {
+        auto& writer = ar.Writer();
+        const std::string_view variable = index ? std::string_view() : name;
+        if (!pointer) {
+            writer.BeginClass(TypeText(), variable, index);
+            return writer.End();
+        }
+        const void* whole = WholeObject(pointer.get());
+        std::string id;
+        if constexpr (kShared) {
+            const auto [entry, first] =
+                ar.Shared().ids.try_emplace(whole, ar.Shared().ids.size() + 1);
+            id = std::to_string(entry->second);
+            if (!first) {
+                writer.BeginClass(TypeText(), variable, index, {kReference, id});
+                return writer.End();
+            }
+        }
+        writer.BeginClass(TypeText(), variable, index,
+                          kShared ? std::pair{kId, std::string_view(id)}
+                                  : std::pair<std::string_view, std::string_view>());
+        const T& object = *pointer;
+        if constexpr (std::is_polymorphic_v<T>) {
+            if (typeid(object) != typeid(T)) {
+                const PolymorphicType* type = PolymorphicTypeOf(typeid(object));
+                if (type)
+                    type->save[int(Out::kEngine)](&ar, whole);
+                else
+                    writer.Refuse({}, "a type registered with CLASSXML_REGISTER_TYPE",
+                                  ReadableTypeName(typeid(object)));
+                return writer.End();
+            }
+        }
+        if constexpr (!std::is_abstract_v<T>) ar.Put("item", object, 1);
+        writer.End();
+    }
+
+    template <class In>
+    static void Load(In& ar, Pointer& pointer) {
+        auto& reader = ar.Reader();
+        if (!reader.IsClass(TypeText())) return;
+        std::optional<std::string> id;
+        if constexpr (kShared) {
+            if (const auto reference = reader.Attribute(kReference))
+                return Shared(ar, *reference, pointer);
+            id = reader.Attribute(kId);
+        }
+        if (!reader.FirstItem()) return pointer.reset();
+        Made made = Make(ar);
+        if (!made.object || reader.Failed()) return;
+        if (reader.NextItem()) return (void)reader.Fail("one object", "more");
+        if constexpr (kShared) {
+            const auto deleter = made.whole.get_deleter();
+            const std::shared_ptr<void> whole(made.whole.release(), deleter);
+            pointer = std::shared_ptr<T>(whole, made.object);
+            if (id &&
+                !ar.Shared()
+                     .byId.try_emplace(*id, LoadedObjects::Object{whole, made.type, &typeid(T)})
+                     .second)
+                return (void)reader.Fail("a varid of its own", "a repeated one");
+        } else {
+            made.whole.release();
+            pointer.reset(made.object);
+        }
+    }
+
+    // What the pointer may hold: an object of its own type, or of each registered type derived
+    // from it.
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view) {
+        const std::string element(TypeText());
+        std::vector<std::string> held;
+        if constexpr (!std::is_abstract_v<T>) held.push_back(dtd.template Element<T>("item"));
+        if constexpr (std::is_polymorphic_v<T>)
+            for (const PolymorphicType* type : PolymorphicTypes()) {
+                void* object = type->create();
+                const bool derived = BaseOf<T>(*type, object) != nullptr;
+                type->destroy(object);
+                if (derived) held.push_back(type->describe(&dtd));
+            }
+        dtd.Declarations().Declare(element, ChoiceModel(held, true), {kId, kReference, "varname"});
+        return element;
+    }
+
+private:
+    // The address of the whole object a pointer points into.
+    static const void* WholeObject(const T* object) {
+        if constexpr (std::is_polymorphic_v<T>)
+            return dynamic_cast<const void*>(object);
+        else
+            return object;
+    }
+
+    // An object made for a pointer: the whole object, which goes with its own deleter until a
+    // pointer takes it, and the T inside it.
+    struct Made {
+        std::unique_ptr<void, void (*)(void*)> whole{nullptr, nullptr};
+        T* object = nullptr;
+        const PolymorphicType* type = nullptr; // when it is of a registered type
+    };
+
+    // The object the item stands for, made and loaded: of the registered type its class
+    // element names, or of the pointer's own type.
+    template <class In>
+    static Made Make(In& ar) {
+        auto& reader = ar.Reader();
+        Made made;
+        if constexpr (std::is_polymorphic_v<T>) {
+            const std::string element = reader.ElementName();
+            made.type = PolymorphicTypeNamed(element);
+            if (made.type) {
+                made.whole = {made.type->create(), made.type->destroy};
+                made.object = BaseOf<T>(*made.type, made.whole.get());
+                if (!made.object) {
+                    reader.Fail("a class derived from " + std::string(Archived<T>::TypeText()),
+                                "element " + element);
+                    return Made();
+                }
+                made.type->load[int(In::kEngine)](&ar, made.whole.get());
+                return made;
+            }
+            if (element != Archived<T>::TypeText() || std::is_abstract_v<T>) {
+                reader.Fail("a type registered with CLASSXML_REGISTER_TYPE", "element " + element);
+                return made;
+            }
+        }
+        if constexpr (!std::is_abstract_v<T>) {
+            made.whole = {new T(), [](void* object) { delete static_cast<T*>(object); }};
+            made.object = static_cast<T*>(made.whole.get());
+            ar.Here(*made.object);
+        }
+        return made;
+    }
+
+    // A pointer that shares an object loaded before.
+    template <class In>
+    static void Shared(In& ar, const std::string& id, Pointer& pointer) {
+        auto& reader = ar.Reader();
+        const auto found = ar.Shared().byId.find(id);
+        if (found == ar.Shared().byId.end())
+            return (void)reader.Fail("an object saved before with varid " + id, "none");
+        const LoadedObjects::Object& shared = found->second;
+        T* object = shared.type ? BaseOf<T>(*shared.type, shared.object.get())
+                    : *shared.pointerType == typeid(T) ? static_cast<T*>(shared.object.get())
+                                                       : nullptr;
+        if (!object)
+            return (void)reader.Fail("an object of type " + std::string(Archived<T>::TypeText()),
+                                     "another type under varref " + id);
+        if constexpr (kShared) pointer = std::shared_ptr<T>(shared.object, object);
+    }
+};
+
+template <class T>
+struct Archived<std::unique_ptr<T>> : ArchivedPointer<std::unique_ptr<T>, T, false> {};
+template <class T>
+struct Archived<std::shared_ptr<T>> : ArchivedPointer<std::shared_ptr<T>, T, true> {};
+
+} // namespace classxml::archive_detail
