@@ -12,6 +12,7 @@
 
 #include "classxml/DatabaseTypes.h"
 #include "classxml/platform/Export.h"
+#include "classxml/valuetext/Families.h"
 
 namespace classxml {
 
@@ -63,32 +64,14 @@ std::string_view CompilerName() {
 
 template <class T>
 constexpr std::string_view DefaultTypeText() {
-    if constexpr (std::same_as<T, bool>)
-        return "bool";
-    else if constexpr (std::floating_point<T>)
-        return "double";
-    else if constexpr (std::signed_integral<T>)
-        return sizeof(T) <= 4 ? "int" : "__int64";
-    else if constexpr (std::unsigned_integral<T>)
-        return sizeof(T) <= 4 ? "UINT" : "DWORD64";
+    if constexpr (value_text::Family<T>)
+        return value_text::kFamilyText<T>;
+    else if constexpr (std::is_arithmetic_v<T> || (std::is_enum_v<T> && !HasEnumNames<T>))
+        return value_text::kFamilyText<value_text::FamilyOf<T>>;
     else if constexpr (std::same_as<T, std::string>)
         return "CUTF8String";
     else if constexpr (std::same_as<T, std::u16string>)
         return "AlpTString";
-    else if constexpr (std::same_as<T, DB_ID>)
-        return "DB_ID";
-    else if constexpr (std::same_as<T, DB_GROUP_ID>)
-        return "DB_GROUP_ID";
-    else if constexpr (std::same_as<T, DB_USER_ID>)
-        return "DB_USER_ID";
-    else if constexpr (std::same_as<T, DB_TIME_TYPE>)
-        return "DB_TIME_TYPE";
-    else if constexpr (std::same_as<T, DB_UTC_TIME_TYPE>)
-        return "DB_UTC_TIME_TYPE";
-    else if constexpr (std::same_as<T, DB_VERSIONNUMBER>)
-        return "DB_VERSIONNUMBER";
-    else if constexpr (std::is_enum_v<T> && !HasEnumNames<T>)
-        return DefaultTypeText<std::underlying_type_t<T>>();
     else
         return {};
 }

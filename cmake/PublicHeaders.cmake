@@ -8,7 +8,7 @@ set(CLASSXML_PUBLIC_HEADERS
     basicio/BasicFileException.h basicio/VFile.h
     xmlio/Diagnostics.h xmlio/XMLIO.h xmlio/XercesForward.h xmlio/XercesIO.h
     xmlio/XercesStringHandler.h
-    valuetext/TimeText.h
+    valuetext/Families.h valuetext/TimeText.h
     XMLClassReaderWriter/AttributeMap.h XMLClassReaderWriter/XMLClassReaderWriter.h
     stream/StreamReader.h stream/StreamWriter.h
     archive/Archive.h archive/DocumentType.h archive/DtdFor.h archive/Engine.h

@@ -13,14 +13,15 @@
 
 #include "classxml/platform/Utf.h"
 #include "classxml/stream/EventReader.h"
-#include "classxml/xmlio/Prolog.h"
 #include "classxml/stream/TextCollectors.h"
+#include "classxml/valuetext/Families.h"
 #include "classxml/xmlio/DOMTreeErrorReporter.h"
 #include "classxml/xmlio/DiagnosticLog.h"
 #include "classxml/xmlio/DocumentInput.h"
 #include "classxml/xmlio/DocumentMemory.h"
 #include "classxml/xmlio/EntityPolicy.h"
 #include "classxml/xmlio/LimitedParser.h"
+#include "classxml/xmlio/Prolog.h"
 #include "classxml/xmlio/XercesIO.h"
 #include "classxml/xmlio/XercesText.h"
 
@@ -418,10 +419,7 @@ bool StreamReader::OpenFile(View path) {
 
 bool StreamReader::OpenStandardInput() { return m_impl->OpenInput(nullptr); }
 
-bool StreamReader::OpenString(std::string_view utf8) {
-    return OpenString(
-        platform::AsUtf8(utf8));
-}
+bool StreamReader::OpenString(std::string_view utf8) { return OpenString(platform::AsUtf8(utf8)); }
 
 bool StreamReader::OpenString(CBasicStringView<char8_t> utf8) {
     return m_impl->OpenMemory(utf8.data(), utf8.size(), XMLUni::fgUTF8EncodingString,
@@ -451,21 +449,10 @@ bool StreamReader::ReadText(std::string& utf8) {
 
 bool StreamReader::ReadText(TextPieces& pieces) { return m_impl->ReadToEnd(&pieces); }
 
-// One line per value type: each goes through the one strict conversion of its type.
-#define CLASSXML_READ_VALUE(Type, Name)                                                            \
-    bool StreamReader::ReadValue(Type& value) { return m_impl->ReadValue(value, Name); }
-CLASSXML_READ_VALUE(std::int32_t, "int")
-CLASSXML_READ_VALUE(std::int64_t, "__int64")
-CLASSXML_READ_VALUE(std::uint32_t, "UINT")
-CLASSXML_READ_VALUE(std::uint64_t, "DWORD64")
-CLASSXML_READ_VALUE(bool, "bool")
-CLASSXML_READ_VALUE(double, "double")
-CLASSXML_READ_VALUE(DB_ID, "DB_ID")
-CLASSXML_READ_VALUE(DB_GROUP_ID, "DB_GROUP_ID")
-CLASSXML_READ_VALUE(DB_USER_ID, "DB_USER_ID")
-CLASSXML_READ_VALUE(DB_TIME_TYPE, "DB_TIME_TYPE")
-CLASSXML_READ_VALUE(DB_UTC_TIME_TYPE, "DB_UTC_TIME_TYPE")
-CLASSXML_READ_VALUE(DB_VERSIONNUMBER, "DB_VERSIONNUMBER")
+// One line per value family: each goes through the one strict conversion of its type.
+#define CLASSXML_READ_VALUE(Type, Text)                                                            \
+    bool StreamReader::ReadValue(Type& value) { return m_impl->ReadValue(value, Text); }
+CLASSXML_VALUE_FAMILIES(CLASSXML_READ_VALUE)
 #undef CLASSXML_READ_VALUE
 
 const std::string& StreamReader::ValueProblem() const { return m_impl->ValueProblem(); }
@@ -533,8 +520,7 @@ std::optional<std::string_view> StreamReader::AttributeUtf8(std::string_view nam
     const bool ascii = std::all_of(name.begin(), name.end(),
                                    [](char c) { return static_cast<unsigned char>(c) < 0x80; });
     const std::size_t index =
-        ascii ? IndexOf(*event, name)
-              : IndexOf(*event, View(platform::Utf8ToUtf16(name)));
+        ascii ? IndexOf(*event, name) : IndexOf(*event, View(platform::Utf8ToUtf16(name)));
     if (index == event->attributeCount) return std::nullopt;
     return m_impl->AttributeUtf8(index, xerces_text::ViewOf(event->AttributeAt(index).value));
 }

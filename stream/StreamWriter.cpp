@@ -9,9 +9,10 @@
 
 #include <xercesc/util/XMLException.hpp>
 
-#include "classxml/valuetext/ValueText.h"
 #include "classxml/platform/Utf.h"
 #include "classxml/stream/Markup.h"
+#include "classxml/valuetext/Families.h"
+#include "classxml/valuetext/ValueText.h"
 #include "classxml/xmlio/DiagnosticLog.h"
 #include "classxml/xmlio/FileTarget.h"
 #include "classxml/xmlio/ParseLimits.h"
@@ -180,8 +181,9 @@ public:
     }
 
     bool Text(View name, View type, View text) {
-        return IsXmlText(text) &&
-               Property(name, type, text, [](Markup& out, View content) { out.AppendText(content); });
+        return IsXmlText(text) && Property(name, type, text, [](Markup& out, View content) {
+                   out.AppendText(content);
+               });
     }
 
     bool TextUtf8(View name, View type, std::string_view text) {
@@ -360,23 +362,12 @@ bool StreamWriter::End() {
     return m_impl->Guarded([&] { return m_impl->End(); });
 }
 
-// One line per value type: its text comes from the one conversion of that type.
-#define CLASSXML_STREAM_WRITE(Type)                                                                \
+// One line per value family: its text comes from the one conversion of that type.
+#define CLASSXML_STREAM_WRITE(Type, Text)                                                          \
     bool StreamWriter::Write(View name, View type, Type value) {                                   \
         return m_impl->Guarded([&] { return m_impl->Value(name, type, value); });                  \
     }
-CLASSXML_STREAM_WRITE(std::int32_t)
-CLASSXML_STREAM_WRITE(std::int64_t)
-CLASSXML_STREAM_WRITE(std::uint32_t)
-CLASSXML_STREAM_WRITE(std::uint64_t)
-CLASSXML_STREAM_WRITE(bool)
-CLASSXML_STREAM_WRITE(double)
-CLASSXML_STREAM_WRITE(DB_ID)
-CLASSXML_STREAM_WRITE(DB_GROUP_ID)
-CLASSXML_STREAM_WRITE(DB_USER_ID)
-CLASSXML_STREAM_WRITE(DB_TIME_TYPE)
-CLASSXML_STREAM_WRITE(DB_UTC_TIME_TYPE)
-CLASSXML_STREAM_WRITE(DB_VERSIONNUMBER)
+CLASSXML_VALUE_FAMILIES(CLASSXML_STREAM_WRITE)
 #undef CLASSXML_STREAM_WRITE
 
 bool StreamWriter::WriteText(View name, View type, View text) {

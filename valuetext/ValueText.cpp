@@ -47,21 +47,60 @@ constexpr std::array<std::uint8_t, 256> kDigitValues = [] {
     return table;
 }();
 
-// The value of the leading digits; nothing when there is no digit or it exceeds `limit`.
-std::optional<std::uint64_t> ParseMagnitude(View digits, std::uint64_t limit) {
-    const std::uint64_t cutoff = limit / 10;
-    const std::uint64_t lastDigit = limit % 10;
-    std::uint64_t magnitude = 0;
+// A code unit's digit value: by its low byte alone (the handle's lenient readers), or only for
+// the ASCII digits themselves (the strict ones); 10 or more for anything else.
+unsigned LowByteDigit(WideChar unit) {
+    return kDigitValues[static_cast<std::uint16_t>(unit) & 0xFF];
+}
+unsigned ExactDigit(WideChar unit) { return static_cast<unsigned>(unit) - unsigned('0'); }
+
+// The decimal digits at the start of `text`: how many units are digits, and their value, which
+// is nothing once it would pass `limit` (the check comes before the arithmetic, which therefore
+// never wraps).
+struct Digits {
     std::size_t count = 0;
-    for (const WideChar unit : digits) {
-        const std::uint8_t digit = kDigitValues[static_cast<std::uint16_t>(unit) & 0xFF];
-        if (digit >= 10) break;
-        if (magnitude > cutoff || (magnitude == cutoff && digit > lastDigit)) return std::nullopt;
-        magnitude = magnitude * 10 + digit;
-        ++count;
+    std::optional<std::uint64_t> value = 0;
+};
+template <class DigitOf>
+Digits LeadingDigits(View text, std::uint64_t limit, DigitOf digitOf) {
+    const std::uint64_t cutoff = limit / 10, lastDigit = limit % 10;
+    Digits digits;
+    for (const WideChar unit : text) {
+        const unsigned digit = digitOf(unit);
+        if (digit > 9) break;
+        if (*digits.value > cutoff || (*digits.value == cutoff && digit > lastDigit))
+            return {digits.count + 1, std::nullopt};
+        digits.value = *digits.value * 10 + digit;
+        ++digits.count;
     }
-    if (count == 0) return std::nullopt;
-    return magnitude;
+    return digits;
+}
+
+// The magnitude of a lenient number: its leading digits; nothing when there is none or it
+// passes `limit`.
+std::optional<std::uint64_t> LeadingMagnitude(View text, std::uint64_t limit) {
+    const Digits digits = LeadingDigits(text, limit, LowByteDigit);
+    return digits.count == 0 ? std::nullopt : digits.value;
+}
+
+// The magnitude of a strict number: every unit an ASCII digit, within `limit`.
+std::optional<std::uint64_t> ExactMagnitude(View text, std::uint64_t limit) {
+    const Digits digits = LeadingDigits(text, limit, ExactDigit);
+    return text.empty() || digits.count != text.size() ? std::nullopt : digits.value;
+}
+
+// An optional sign and a magnitude within [min, max], read by `magnitudeOf`.
+template <class MagnitudeOf>
+std::optional<std::int64_t> SignedValue(View text, std::int64_t min, std::int64_t max,
+                                        MagnitudeOf magnitudeOf) {
+    const bool negative = !text.empty() && text.front() == WideChar('-');
+    if (!text.empty() && (negative || text.front() == WideChar('+'))) text.remove_prefix(1);
+    const std::uint64_t limit =
+        negative ? static_cast<std::uint64_t>(-(min + 1)) + 1 : static_cast<std::uint64_t>(max);
+    const std::optional<std::uint64_t> magnitude = magnitudeOf(text, limit);
+    if (!magnitude) return std::nullopt;
+    if (!negative) return static_cast<std::int64_t>(*magnitude);
+    return *magnitude == 0 ? 0 : -static_cast<std::int64_t>(*magnitude - 1) - 1;
 }
 
 } // namespace
@@ -92,18 +131,11 @@ Text FormatVersion(double value) {
 }
 
 std::int64_t ParseSigned(View text, std::int64_t min, std::int64_t max) {
-    const bool negative = !text.empty() && text.front() == WideChar('-');
-    if (!text.empty() && (negative || text.front() == WideChar('+'))) text.remove_prefix(1);
-    const std::uint64_t limit =
-        negative ? static_cast<std::uint64_t>(-(min + 1)) + 1 : static_cast<std::uint64_t>(max);
-    const std::optional<std::uint64_t> magnitude = ParseMagnitude(text, limit);
-    if (!magnitude) return 0;
-    if (!negative) return static_cast<std::int64_t>(*magnitude);
-    return *magnitude == 0 ? 0 : -static_cast<std::int64_t>(*magnitude - 1) - 1;
+    return SignedValue(text, min, max, LeadingMagnitude).value_or(0);
 }
 
 std::uint64_t ParseUnsigned(View text, std::uint64_t max) {
-    return ParseMagnitude(text, max).value_or(0);
+    return LeadingMagnitude(text, max).value_or(0);
 }
 
 double ParseDouble(View text) {
@@ -126,28 +158,11 @@ double ParseDouble(View text) {
 }
 
 std::optional<std::int64_t> ParseSignedExact(View text, std::int64_t min, std::int64_t max) {
-    const bool negative = !text.empty() && text[0] == WideChar('-');
-    const View digits = text.substr(negative || (!text.empty() && text[0] == WideChar('+')));
-    const std::uint64_t limit =
-        negative ? static_cast<std::uint64_t>(-(min + 1)) + 1 : static_cast<std::uint64_t>(max);
-    const std::optional<std::uint64_t> magnitude = ParseUnsignedExact(digits, limit);
-    if (!magnitude) return std::nullopt;
-    if (!negative) return static_cast<std::int64_t>(*magnitude);
-    return *magnitude == 0 ? 0 : -static_cast<std::int64_t>(*magnitude - 1) - 1;
+    return SignedValue(text, min, max, ExactMagnitude);
 }
 
-// One pass: every unit an ASCII digit, the value within `max`.
 std::optional<std::uint64_t> ParseUnsignedExact(View text, std::uint64_t max) {
-    if (text.empty()) return std::nullopt;
-    const std::uint64_t cutoff = max / 10, lastDigit = max % 10;
-    std::uint64_t value = 0;
-    for (const WideChar unit : text) {
-        const unsigned digit = static_cast<unsigned>(unit) - unsigned('0');
-        if (digit > 9 || value > cutoff || (value == cutoff && digit > lastDigit))
-            return std::nullopt;
-        value = value * 10 + digit;
-    }
-    return value;
+    return ExactMagnitude(text, max);
 }
 
 std::optional<double> ParseDoubleExact(View text) {

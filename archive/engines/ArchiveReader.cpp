@@ -29,20 +29,9 @@ bool ArchiveReader::ReadText(std::string_view type, Text& text) {
 }
 
 // One line per value type: each goes through the one conversion of its type.
-#define CLASSXML_READ(Type)                                                                        \
+#define CLASSXML_READ(Type, Text)                                                                  \
     bool ArchiveReader::Read(std::string_view type, Type& value) { return ReadValue(type, value); }
-CLASSXML_READ(std::int32_t)
-CLASSXML_READ(std::int64_t)
-CLASSXML_READ(std::uint32_t)
-CLASSXML_READ(std::uint64_t)
-CLASSXML_READ(bool)
-CLASSXML_READ(double)
-CLASSXML_READ(DB_ID)
-CLASSXML_READ(DB_GROUP_ID)
-CLASSXML_READ(DB_USER_ID)
-CLASSXML_READ(DB_TIME_TYPE)
-CLASSXML_READ(DB_UTC_TIME_TYPE)
-CLASSXML_READ(DB_VERSIONNUMBER)
+CLASSXML_VALUE_FAMILIES(CLASSXML_READ)
 #undef CLASSXML_READ
 
 bool ArchiveReader::Read(std::string_view type, std::string& value) {

@@ -6,10 +6,11 @@
 
 #include "classxml/BasicString.h"
 #include "classxml/DatabaseTypes.h"
-#include "classxml/archive/detail/MemberPath.h"
 #include "classxml/archive/Result.h"
+#include "classxml/archive/detail/MemberPath.h"
 #include "classxml/platform/Export.h"
 #include "classxml/stream/StreamReader.h"
+#include "classxml/valuetext/Families.h"
 
 namespace classxml::archive_detail {
 
@@ -21,18 +22,9 @@ class CLASSXML_API ArchiveReader {
 public:
     virtual ~ArchiveReader();
 
-    bool Read(std::string_view type, std::int32_t& value);
-    bool Read(std::string_view type, std::int64_t& value);
-    bool Read(std::string_view type, std::uint32_t& value);
-    bool Read(std::string_view type, std::uint64_t& value);
-    bool Read(std::string_view type, bool& value);
-    bool Read(std::string_view type, double& value);
-    bool Read(std::string_view type, DB_ID& value);
-    bool Read(std::string_view type, DB_GROUP_ID& value);
-    bool Read(std::string_view type, DB_USER_ID& value);
-    bool Read(std::string_view type, DB_TIME_TYPE& value);
-    bool Read(std::string_view type, DB_UTC_TIME_TYPE& value);
-    bool Read(std::string_view type, DB_VERSIONNUMBER& value);
+#define CLASSXML_READ(Type, Text) bool Read(std::string_view type, Type& value);
+    CLASSXML_VALUE_FAMILIES(CLASSXML_READ)
+#undef CLASSXML_READ
     // Text exactly as it was written, carriage returns and line feeds as they were.
     bool Read(std::string_view type, std::string& value);
     bool Read(std::string_view type, std::u16string& value);

@@ -6,30 +6,13 @@ namespace classxml::archive_detail {
 
 ArchiveWriter::~ArchiveWriter() = default;
 
-// One line per number type: the engine writes it with its family's writer.
-#define CLASSXML_WRITE(Type)                                                                       \
-    void ArchiveWriter::Write(std::string_view name, std::string_view type, Type value) {            \
+// One line per value family: the engine writes it with its family's writer.
+#define CLASSXML_WRITE(Type, Text)                                                                 \
+    void ArchiveWriter::Write(std::string_view name, std::string_view type, Type value) {          \
         if (m_result) PutNumber(name, type, value);                                                \
     }
-CLASSXML_WRITE(std::int32_t)
-CLASSXML_WRITE(std::int64_t)
-CLASSXML_WRITE(std::uint32_t)
-CLASSXML_WRITE(std::uint64_t)
-CLASSXML_WRITE(bool)
-CLASSXML_WRITE(double)
-CLASSXML_WRITE(DB_ID)
-CLASSXML_WRITE(DB_TIME_TYPE)
-CLASSXML_WRITE(DB_UTC_TIME_TYPE)
-CLASSXML_WRITE(DB_VERSIONNUMBER)
+CLASSXML_VALUE_FAMILIES(CLASSXML_WRITE)
 #undef CLASSXML_WRITE
-
-// Group and user ids have no writer of their own; they are 64-bit numbers like DB_ID.
-void ArchiveWriter::Write(std::string_view name, std::string_view type, DB_GROUP_ID value) {
-    Write(name, type, value.get());
-}
-void ArchiveWriter::Write(std::string_view name, std::string_view type, DB_USER_ID value) {
-    Write(name, type, value.get());
-}
 
 void ArchiveWriter::Write(std::string_view name, std::string_view type, std::string_view value) {
     if (!m_result) return;
@@ -47,7 +30,7 @@ void ArchiveWriter::Write(std::string_view name, std::string_view type, std::u16
 }
 
 void ArchiveWriter::WriteEnumerator(std::string_view name, std::string_view type,
-                                  std::string_view value) {
+                                    std::string_view value) {
     if (m_result) PutText(name, type, WideText(value).view(), true);
 }
 

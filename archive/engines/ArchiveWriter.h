@@ -8,9 +8,10 @@
 
 #include "classxml/BasicString.h"
 #include "classxml/DatabaseTypes.h"
-#include "classxml/archive/detail/MemberPath.h"
 #include "classxml/archive/Result.h"
+#include "classxml/archive/detail/MemberPath.h"
 #include "classxml/platform/Export.h"
+#include "classxml/valuetext/Families.h"
 
 namespace classxml::archive_detail {
 
@@ -30,18 +31,10 @@ class CLASSXML_API ArchiveWriter {
 public:
     virtual ~ArchiveWriter();
 
-    void Write(std::string_view name, std::string_view type, std::int32_t value);
-    void Write(std::string_view name, std::string_view type, std::int64_t value);
-    void Write(std::string_view name, std::string_view type, std::uint32_t value);
-    void Write(std::string_view name, std::string_view type, std::uint64_t value);
-    void Write(std::string_view name, std::string_view type, bool value);
-    void Write(std::string_view name, std::string_view type, double value);
-    void Write(std::string_view name, std::string_view type, DB_ID value);
-    void Write(std::string_view name, std::string_view type, DB_GROUP_ID value);
-    void Write(std::string_view name, std::string_view type, DB_USER_ID value);
-    void Write(std::string_view name, std::string_view type, DB_TIME_TYPE value);
-    void Write(std::string_view name, std::string_view type, DB_UTC_TIME_TYPE value);
-    void Write(std::string_view name, std::string_view type, DB_VERSIONNUMBER value);
+#define CLASSXML_WRITE(Type, Text)                                                                 \
+    void Write(std::string_view name, std::string_view type, Type value);
+    CLASSXML_VALUE_FAMILIES(CLASSXML_WRITE)
+#undef CLASSXML_WRITE
     // Text in UTF-8; ill-formed UTF-8 is refused rather than replaced.
     void Write(std::string_view name, std::string_view type, std::string_view value);
     void Write(std::string_view name, std::string_view type, std::u16string_view value);
@@ -54,8 +47,7 @@ public:
 
 protected:
     // A value of a number family (identifiers, times and version numbers included).
-    using Number = std::variant<std::int32_t, std::int64_t, std::uint32_t, std::uint64_t, bool,
-                                double, DB_ID, DB_TIME_TYPE, DB_UTC_TIME_TYPE, DB_VERSIONNUMBER>;
+    using Number = value_text::AnyFamily;
     // Writes one property element; the engine refuses (and reports) what it cannot write.
     virtual void PutNumber(std::string_view name, std::string_view type, const Number& value) = 0;
     virtual void PutText(std::string_view name, std::string_view type,

@@ -13,7 +13,7 @@ using Handle = CXMLClassReaderWriter;
 using View = Handle::View;
 
 DomWriter::DomWriter(Destination destination, std::string_view rootName,
-                               const DocumentType& doctype)
+                     const DocumentType& doctype)
     : m_destination(destination), m_rootName(rootName),
       m_root(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true) {
     StartEngineOnFirstUse();
@@ -38,7 +38,7 @@ void DomWriter::Open(Handle element, std::string_view name, std::size_t index) {
 }
 
 void DomWriter::BeginClass(std::string_view elementName, std::string_view variableName,
-                                std::size_t index, Attribute attribute) {
+                           std::size_t index, Attribute attribute) {
     if (!m_result) return Open(m_root, elementName, index); // keeps Begin and End paired
     const WideText element(elementName), variable(variableName);
     Handle made = Made(elementName,
@@ -51,7 +51,7 @@ void DomWriter::BeginClass(std::string_view elementName, std::string_view variab
 }
 
 void DomWriter::BeginSequence(std::string_view name, std::string_view kind,
-                                   std::string_view itemType, std::size_t index) {
+                              std::string_view itemType, std::size_t index) {
     if (!m_result) return Open(m_root, name, index);
     const WideText element(name), item(itemType);
     Handle& parent = m_open.back();
@@ -65,7 +65,7 @@ void DomWriter::BeginSequence(std::string_view name, std::string_view kind,
 }
 
 void DomWriter::BeginMap(std::string_view name, std::string_view keyType,
-                              std::string_view valueType, std::size_t index) {
+                         std::string_view valueType, std::size_t index) {
     if (!m_result) return Open(m_root, name, index);
     const WideText element(name), key(keyType), value(valueType);
     Open(Made(name,
@@ -111,6 +111,10 @@ Handle Add(Handle& h, View n, View t, std::uint64_t v) { return h.AddDWORD64Prop
 Handle Add(Handle& h, View n, View t, bool v) { return h.AddboolProperty(n, t, v); }
 Handle Add(Handle& h, View n, View t, double v) { return h.AdddoubleProperty(n, t, v); }
 Handle Add(Handle& h, View n, View t, DB_ID v) { return h.AddDB_IDProperty(n, t, v); }
+// Group and user ids have no writer of their own; they are 64-bit numbers like DB_ID.
+Handle Add(Handle& h, View n, View t, DB_GROUP_ID v) { return Add(h, n, t, DB_ID(v.get())); }
+Handle Add(Handle& h, View n, View t, DB_USER_ID v) { return Add(h, n, t, DB_ID(v.get())); }
+Handle Add(Handle& h, View, View, std::monostate) { return h; }
 Handle Add(Handle& h, View n, View t, DB_TIME_TYPE v) { return h.AddDB_TIME_TYPEProperty(n, t, v); }
 Handle Add(Handle& h, View n, View t, DB_UTC_TIME_TYPE v) {
     return h.AddDB_UTC_TIME_TYPEProperty(n, t, v);
@@ -128,7 +132,7 @@ void DomWriter::PutNumber(std::string_view name, std::string_view type, const Nu
 }
 
 void DomWriter::PutText(std::string_view name, std::string_view type,
-                             CBasicStringView<WideChar> text, bool enumerator) {
+                        CBasicStringView<WideChar> text, bool enumerator) {
     Put(name, type, [&](Handle& h, View n, View t) {
         return enumerator ? h.AddENUMProperty(n, t, text) : h.AddAlpTStringProperty(n, t, text);
     });
@@ -147,8 +151,7 @@ Result DomWriter::Finish() {
     } else {
         // The handle answers true for a folder that does not exist, having written nothing.
         const std::string_view path = m_destination.path;
-        const CBasicString<WideChar> file =
-            platform::Utf8ToUtf16(path);
+        const CBasicString<WideChar> file = platform::Utf8ToUtf16(path);
         if (platform::InspectWriteTarget(file).kind == platform::WriteTarget::Kind::MissingFolder ||
             !m_root.SaveToFile(file))
             Refuse({}, "the document saved to \"" + std::string(path) + '"', "the save failing");

@@ -9,16 +9,15 @@
 namespace classxml::archive_detail {
 
 StreamEngineWriter::StreamEngineWriter(Destination destination, std::string_view rootName,
-                                           const DocumentType& doctype)
+                                       const DocumentType& doctype)
     : m_text(destination.text), m_rootName(rootName) {
     StartEngineOnFirstUse();
     if (m_text) { // written aside, so that a failed save leaves the caller's string as it was
         m_out = std::make_unique<StreamWriter>(m_written);
         m_destinationText = "a string";
     } else {
-        m_out = std::make_unique<StreamWriter>(
-            platform::Utf8ToUtf16(destination.path),
-            StreamWriter::Encoding::Utf8);
+        m_out = std::make_unique<StreamWriter>(platform::Utf8ToUtf16(destination.path),
+                                               StreamWriter::Encoding::Utf8);
         m_destinationText = '"' + std::string(destination.path) + '"';
     }
     m_path.Enter(m_rootName);
@@ -46,7 +45,7 @@ void StreamEngineWriter::Opened(bool opened, std::string_view name, std::size_t 
 }
 
 void StreamEngineWriter::BeginClass(std::string_view elementName, std::string_view variableName,
-                                      std::size_t index, Attribute attribute) {
+                                    std::size_t index, Attribute attribute) {
     const std::string_view name = variableName.empty() ? elementName : variableName;
     if (!m_result) return m_path.Enter(name, index); // keeps Begin and End paired
     const WideText element(elementName), variable(variableName);
@@ -63,7 +62,7 @@ void StreamEngineWriter::BeginClass(std::string_view elementName, std::string_vi
 }
 
 void StreamEngineWriter::BeginSequence(std::string_view name, std::string_view kind,
-                                         std::string_view itemType, std::size_t index) {
+                                       std::string_view itemType, std::size_t index) {
     if (!m_result) return m_path.Enter(name, index);
     const WideText element(name), item(itemType);
     if (!NameAllowed(name, element)) return m_path.Enter(name, index);
@@ -74,7 +73,7 @@ void StreamEngineWriter::BeginSequence(std::string_view name, std::string_view k
 }
 
 void StreamEngineWriter::BeginMap(std::string_view name, std::string_view keyType,
-                                    std::string_view valueType, std::size_t index) {
+                                  std::string_view valueType, std::size_t index) {
     if (!m_result) return m_path.Enter(name, index);
     const WideText element(name), key(keyType), value(valueType);
     if (!NameAllowed(name, element)) return m_path.Enter(name, index);
@@ -100,12 +99,16 @@ void StreamEngineWriter::Put(std::string_view name, std::string_view type, Value
 }
 
 void StreamEngineWriter::PutNumber(std::string_view name, std::string_view type,
-                                     const Number& value) {
-    std::visit([&](auto number) { Put(name, type, number); }, value);
+                                   const Number& value) {
+    std::visit(
+        [&]<class Family>(Family number) {
+            if constexpr (value_text::Family<Family>) Put(name, type, number);
+        },
+        value);
 }
 
 void StreamEngineWriter::PutText(std::string_view name, std::string_view type,
-                                   CBasicStringView<WideChar> text, bool) {
+                                 CBasicStringView<WideChar> text, bool) {
     Put(name, type, text);
 }
 

@@ -17,19 +17,10 @@
 // property element each, its text the value's, through the handle's one conversion per family.
 namespace classxml::archive_detail {
 
-// The number family an integer or enum is written in.
+// The value an integer or enum is written as, in its family.
 template <class T>
 auto AsNumber(T value) {
-    if constexpr (std::is_enum_v<T>)
-        return AsNumber(static_cast<std::underlying_type_t<T>>(value));
-    else if constexpr (std::same_as<T, bool>)
-        return value;
-    else if constexpr (std::floating_point<T>)
-        return double(value);
-    else if constexpr (std::signed_integral<T>)
-        return std::conditional_t<sizeof(T) <= 4, std::int32_t, std::int64_t>(value);
-    else
-        return std::conditional_t<sizeof(T) <= 4, std::uint32_t, std::uint64_t>(value);
+    return value_text::FamilyValueOf(value);
 }
 
 // Whether a number read in its family's width fits the member's own type: an integer exactly,
@@ -57,9 +48,7 @@ concept Number = std::is_arithmetic_v<T> ||(std::is_enum_v<T> && !HasEnumNames<T
 template <class T>
 concept Text = std::same_as<T, std::string> || std::same_as<T, std::u16string>;
 template <class T>
-concept DatabaseValue = std::same_as<T, DB_ID> || std::same_as<T, DB_GROUP_ID> ||
-    std::same_as<T, DB_USER_ID> || std::same_as<T, DB_TIME_TYPE> ||
-    std::same_as<T, DB_UTC_TIME_TYPE> || std::same_as<T, DB_VERSIONNUMBER>;
+concept DatabaseValue = value_text::Family<T> && !std::is_arithmetic_v<T>;
 
 // What every value family shares: a property element, its keytype the type's text.
 template <class T>
