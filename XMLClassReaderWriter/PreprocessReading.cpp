@@ -7,6 +7,7 @@
 #include "classxml/platform/FileIO.h"
 #include "classxml/platform/FileReplace.h"
 #include "classxml/platform/Uuid.h"
+#include "classxml/xmlio/XmlText.h"
 
 namespace {
 
@@ -42,19 +43,13 @@ void LogFailedRename(int error, const View& from, const View& to,
                           position);
 }
 
-// The path of a side file as the text of an element: "&", "<" and ">" escaped.
+// The path of a side file as the text of an element.
 CBasicString<WideChar> AsElementText(View path) {
     CBasicString<WideChar> text;
-    for (const WideChar unit : path) {
-        if (unit == '&')
-            text += WIDE("&amp;");
-        else if (unit == '<')
-            text += WIDE("&lt;");
-        else if (unit == '>')
-            text += WIDE("&gt;");
-        else
-            text.push_back(unit);
-    }
+    classxml::xml_text::Escaped<classxml::xml_text::Escaping::Content>(
+        path.data(), path.data() + path.size(),
+        [&](const WideChar* from, const WideChar* to) { text.append(from, to); },
+        [&](std::string_view reference) { text.append(reference.begin(), reference.end()); });
     return text;
 }
 

@@ -57,8 +57,7 @@ void FoldedText::AssignUtf8(CBasicStringView<char> text) {
         }
         char32_t codePoint = 0;
         const CBasicStringView<char> rest = text.substr(in);
-        std::size_t length = platform::DecodeUtf8(
-            platform::AsUtf8(rest), codePoint);
+        std::size_t length = platform::DecodeUtf8(platform::AsUtf8(rest), codePoint);
         std::size_t folded = 1;
         if (codePoint == 0xFFFD && !rest.starts_with("\xEF\xBF\xBD")) {
             // Not a character: its first byte is taken as it stands, and whatever follows is

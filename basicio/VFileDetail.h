@@ -7,6 +7,7 @@
 #include "classxml/basicio/TextSearch.h"
 #include "classxml/basicio/VFile.h"
 #include "classxml/platform/CodePage.h"
+#include "classxml/platform/Utf.h"
 
 namespace classxml::basicio {
 
@@ -70,7 +71,7 @@ inline std::size_t WholeCharacters(CBasicStringView<char> units,
 inline std::size_t WholeCharacters(CBasicStringView<WideChar> units) {
     if (units.empty()) return 0;
     const auto last = static_cast<std::uint16_t>(units.back());
-    return last >= 0xD800 && last <= 0xDBFF ? units.size() - 1 : units.size();
+    return platform::IsHighSurrogate(last) ? units.size() - 1 : units.size();
 }
 
 } // namespace classxml::basicio

@@ -226,8 +226,8 @@ FILE_CHAR_POS CVFile::AlignToCharacter(FILE_CHAR_POS position) const {
         const std::int64_t lowest = std::max<std::int64_t>(0, aligned - 3);
         Char unit{};
         if constexpr (std::is_same_v<Char, WideChar>) {
-            const auto low = [](Char c) { return c >= 0xDC00 && c <= 0xDFFF; };
-            if (file.CharAt(aligned, unit) && low(unit)) --aligned; // inside a surrogate pair
+            if (file.CharAt(aligned, unit) && platform::IsLowSurrogate(unit))
+                --aligned; // inside a surrogate pair
         } else if (platform::IsSameEncoding(EncodingOf(file.GetCodePage()),
                                             platform::NarrowEncoding::Utf8)) {
             while (aligned > lowest && file.CharAt(aligned, unit) &&

@@ -101,8 +101,8 @@ void AppendUtf8ToUtf16(CBasicStringView<char8_t> utf8, CBasicString<WideChar>& o
         i += DecodeUtf8(utf8.substr(i), cp);
         if (cp >= 0x10000) {
             cp -= 0x10000;
-            *dst++ = static_cast<WideChar>(0xD800 + (cp >> 10));
-            *dst++ = static_cast<WideChar>(0xDC00 + (cp & 0x3FF));
+            *dst++ = static_cast<WideChar>(kFirstHighSurrogate + (cp >> 10));
+            *dst++ = static_cast<WideChar>(kFirstLowSurrogate + (cp & 0x3FF));
         } else {
             *dst++ = static_cast<WideChar>(cp);
         }
@@ -119,13 +119,11 @@ std::size_t EncodeUtf16AsUtf8(CBasicStringView<WideChar> utf16, char* out) {
             *dst++ = static_cast<char8_t>(cp);
             continue;
         }
-        if (cp >= 0xD800 && cp <= 0xDFFF) {
-            const bool paired = cp <= 0xDBFF && i + 1 < n &&
-                                static_cast<std::uint16_t>(utf16[i + 1]) >= 0xDC00 &&
-                                static_cast<std::uint16_t>(utf16[i + 1]) <= 0xDFFF;
+        if (IsSurrogate(cp)) {
+            const bool paired = IsHighSurrogate(cp) && i + 1 < n &&
+                                IsLowSurrogate(static_cast<std::uint16_t>(utf16[i + 1]));
             if (paired) {
-                cp = 0x10000 + ((cp - 0xD800) << 10) +
-                     (static_cast<std::uint16_t>(utf16[++i]) - 0xDC00);
+                cp = CodePointOf(cp, static_cast<std::uint16_t>(utf16[++i]));
             } else {
                 cp = kReplacement;
             }
@@ -184,9 +182,7 @@ CBasicString<char> WideToNarrow(CBasicStringView<WideChar> wide) {
 #else
 
 // The process code page is UTF-8.
-CBasicString<WideChar> NarrowToWide(CBasicStringView<char> narrow) {
-    return Utf8ToUtf16(narrow);
-}
+CBasicString<WideChar> NarrowToWide(CBasicStringView<char> narrow) { return Utf8ToUtf16(narrow); }
 
 CBasicString<char> WideToNarrow(CBasicStringView<WideChar> wide) {
     CBasicString<char8_t> utf8 = Utf16ToUtf8(wide);

@@ -10,11 +10,13 @@
 namespace classxml::platform {
 
 // The halves of a UTF-16 surrogate pair, and the code point a pair stands for.
+inline constexpr char32_t kFirstHighSurrogate = 0xD800;
+inline constexpr char32_t kFirstLowSurrogate = 0xDC00;
 constexpr bool IsHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 constexpr bool IsLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 constexpr bool IsSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
 constexpr char32_t CodePointOf(char32_t high, char32_t low) {
-    return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
+    return 0x10000 + ((high - kFirstHighSurrogate) << 10) + (low - kFirstLowSurrogate);
 }
 
 // Bytes held in a std::string or std::string_view, taken as the UTF-8 they are.

@@ -1,76 +1,37 @@
 #include "classxml/stream/Markup.h"
 
 #include "classxml/platform/Utf.h"
+#include "classxml/xmlio/XmlText.h"
 
 namespace classxml::stream_detail {
-namespace {
-
-// The escape of each character that needs one, as the formatter writes it: entity references
-// for the markup characters, hexadecimal character references in capitals for the others.
-Markup::View EscapeOf(WideChar unit) {
-    switch (unit) {
-    case '&':
-        return WIDE("&amp;");
-    case '<':
-        return WIDE("&lt;");
-    case '>':
-        return WIDE("&gt;");
-    case '"':
-        return WIDE("&quot;");
-    case '\n':
-        return WIDE("&#xA;");
-    case '\r':
-        return WIDE("&#xD;");
-    default: // tab
-        return WIDE("&#x9;");
-    }
-}
-
-template <bool attribute>
-bool NeedsEscape(WideChar unit) {
-    if (unit > '>') return false; // by far the most common case
-    if constexpr (attribute)
-        return unit == '&' || unit == '<' || unit == '"' || unit == '\n' || unit == '\r' ||
-               unit == '\t';
-    else
-        return unit == '&' || unit == '<' || unit == '>' || unit == '\r';
-}
-
-} // namespace
-
-template <bool attribute>
-void Markup::AppendEscaped(View text) {
-    const WideChar* run = text.data();
-    const WideChar* const end = run + text.size();
-    for (const WideChar* unit = run; unit != end; ++unit) {
-        if (!NeedsEscape<attribute>(*unit)) continue;
-        m_pending.append(run, unit);
-        m_pending.append(EscapeOf(*unit));
-        run = unit + 1;
-    }
-    m_pending.append(run, end);
+template <xml_text::Escaping kind, class Unit, class Copy>
+void Markup::AppendEscaped(const Unit* begin, const Unit* end, Copy copy) {
+    xml_text::Escaped<kind>(begin, end, copy, [&](std::string_view reference) {
+        m_pending.append(reference.begin(), reference.end());
+    });
     FlushIfFull();
 }
 
-void Markup::AppendText(View text) { AppendEscaped<false>(text); }
+void Markup::AppendText(View text) {
+    AppendEscaped<xml_text::Escaping::Content>(
+        text.data(), text.data() + text.size(),
+        [&](const WideChar* from, const WideChar* to) { m_pending.append(from, to); });
+}
 
-// Only ASCII needs escaping, and no byte of a multi-byte sequence is ASCII: the runs between the
-// bytes to escape convert whole, as the same text converted at once would.
+// The runs between the bytes to escape convert whole, as the same text converted at once would.
 void Markup::AppendTextUtf8(std::string_view text) {
-    const auto* const bytes = reinterpret_cast<const char8_t*>(text.data());
-    std::size_t run = 0;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const auto unit = static_cast<WideChar>(bytes[at]);
-        if (unit >= 0x80 || !NeedsEscape<false>(unit)) continue;
-        platform::AppendUtf8ToUtf16({bytes + run, at - run}, m_pending);
-        m_pending.append(EscapeOf(unit));
-        run = at + 1;
-    }
-    platform::AppendUtf8ToUtf16({bytes + run, text.size() - run}, m_pending);
-    FlushIfFull();
+    AppendEscaped<
+        xml_text::Escaping::
+            Content>(text.data(), text.data() + text.size(), [&](const char* from, const char* to) {
+        platform::AppendUtf8ToUtf16(platform::AsUtf8({from, std::size_t(to - from)}), m_pending);
+    });
 }
 
-void Markup::AppendAttribute(View text) { AppendEscaped<true>(text); }
+void Markup::AppendAttribute(View text) {
+    AppendEscaped<xml_text::Escaping::Attribute>(
+        text.data(), text.data() + text.size(),
+        [&](const WideChar* from, const WideChar* to) { m_pending.append(from, to); });
+}
 
 void Markup::Flush() {
     if (m_pending.empty()) return;

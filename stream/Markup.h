@@ -5,6 +5,7 @@
 #include <xercesc/framework/XMLFormatter.hpp>
 
 #include "classxml/BasicString.h"
+#include "classxml/xmlio/XmlText.h"
 
 namespace classxml::stream_detail {
 
@@ -39,8 +40,8 @@ public:
 private:
     static constexpr std::size_t kFlushUnits = 16 * 1024;
 
-    template <bool attribute>
-    void AppendEscaped(View text);
+    template <xml_text::Escaping kind, class Unit, class Copy>
+    void AppendEscaped(const Unit* begin, const Unit* end, Copy copy);
     void FlushIfFull() {
         if (m_pending.size() >= kFlushUnits) Flush();
     }

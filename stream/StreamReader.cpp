@@ -108,7 +108,8 @@ public:
             }
         }
         const std::vector<unsigned char>& head = source->Head(prolog::kPrologBytes);
-        const bool namesNoDtd = !m_dtdFile && prolog::NamesNoDtd(head.data(), head.size());
+        const bool namesNoDtd =
+            !m_dtdFile && prolog::NamesNoDtd(prolog::Units::Sniffed(head.data(), head.size()));
         m_fileErrors = std::make_unique<DOMTreeErrorReporter>();
         m_resolver = std::make_unique<entity_policy::Resolver>(std::move(dtdDirectory),
                                                                entity_policy::Missing::Reported);
@@ -423,12 +424,12 @@ bool StreamReader::OpenString(std::string_view utf8) { return OpenString(platfor
 
 bool StreamReader::OpenString(CBasicStringView<char8_t> utf8) {
     return m_impl->OpenMemory(utf8.data(), utf8.size(), XMLUni::fgUTF8EncodingString,
-                              prolog::NamesNoDtd(utf8));
+                              prolog::NamesNoDtd(prolog::Units::Utf8(utf8)));
 }
 
 bool StreamReader::OpenString(View utf16) {
     return m_impl->OpenMemory(utf16.data(), 2 * utf16.size(), XMLUni::fgUTF16EncodingString,
-                              prolog::NamesNoDtd(utf16));
+                              prolog::NamesNoDtd(prolog::Units::Utf16(utf16)));
 }
 
 int StreamReader::OpenError() const { return m_impl->OpenError(); }

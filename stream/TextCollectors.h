@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "classxml/BasicString.h"
-#include "classxml/valuetext/ValueText.h"
 #include "classxml/platform/Utf.h"
 #include "classxml/stream/StreamReader.h"
+#include "classxml/valuetext/ValueText.h"
 
 // What the stream reader and the archives build a text in, piece by piece as it is read.
 namespace classxml::stream_detail {
@@ -86,18 +86,18 @@ public:
         if (m_waiting) { // the second half of a pair, or a lone high surrogate
             const WideChar pair[2] = {m_waiting, piece.front()};
             m_waiting = 0;
-            const bool joined = IsLowSurrogate(pair[1]);
+            const bool joined = platform::IsLowSurrogate(pair[1]);
             Append({pair, std::size_t(joined ? 2 : 1)});
             if (joined) piece.remove_prefix(1);
         }
-        if (!piece.empty() && IsHighSurrogate(piece.back())) {
+        if (!piece.empty() && platform::IsHighSurrogate(piece.back())) {
             m_waiting = piece.back();
             piece.remove_suffix(1);
         }
         // A CDATA section comes as one piece: converted a slice at a time.
         while (!piece.empty()) {
             std::size_t slice = std::min(piece.size(), kSlice);
-            if (slice < piece.size() && IsHighSurrogate(piece[slice - 1])) ++slice;
+            if (slice < piece.size() && platform::IsHighSurrogate(piece[slice - 1])) ++slice;
             Append(piece.substr(0, slice));
             piece.remove_prefix(slice);
         }
@@ -110,8 +110,6 @@ public:
 
 private:
     static constexpr std::size_t kSlice = 16 * 1024;
-    static bool IsHighSurrogate(WideChar unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-    static bool IsLowSurrogate(WideChar unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
     // Up to three bytes a unit; a short text (most are) is converted on the stack.
     void Append(CBasicStringView<WideChar> units) {
         char local[3 * 64];

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "Commands.h"
+#include "classxml/platform/Utf.h"
 
 namespace classxml::tool {
 namespace {
@@ -86,7 +87,7 @@ public:
             piece = joined;
             m_highSurrogate = 0;
         }
-        if (piece.back() >= 0xD800 && piece.back() <= 0xDBFF) {
+        if (platform::IsHighSurrogate(piece.back())) {
             m_highSurrogate = piece.back();
             piece.remove_suffix(1);
         }

@@ -6,6 +6,7 @@
 
 #include "Commands.h"
 #include "classxml/platform/Utf.h"
+#include "classxml/xmlio/XmlText.h"
 
 namespace classxml::tool {
 namespace {
@@ -15,23 +16,15 @@ using View = StreamReader::View;
 // Text in UTF-8 with what markup needs escaped: in an attribute value also the white space
 // that the parser would otherwise normalise, and in content the carriage return it would drop.
 void AppendEscaped(View text, bool attribute, std::string& out) {
-    std::size_t plain = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const WideChar unit = text[i];
-        const char* escape = unit == '&'                 ? "&amp;"
-                             : unit == '<'               ? "&lt;"
-                             : unit == '>'               ? "&gt;"
-                             : unit == '\r'              ? "&#13;"
-                             : attribute && unit == '"'  ? "&quot;"
-                             : attribute && unit == '\n' ? "&#10;"
-                             : attribute && unit == '\t' ? "&#9;"
-                                                         : nullptr;
-        if (!escape) continue;
-        platform::AppendUtf16ToUtf8(text.substr(plain, i - plain), out);
-        out += escape;
-        plain = i + 1;
-    }
-    platform::AppendUtf16ToUtf8(text.substr(plain), out);
+    const auto copy = [&](const WideChar* from, const WideChar* to) {
+        platform::AppendUtf16ToUtf8(View(from, std::size_t(to - from)), out);
+    };
+    const auto escape = [&](std::string_view reference) { out += reference; };
+    const WideChar* end = text.data() + text.size();
+    if (attribute)
+        xml_text::Escaped<xml_text::Escaping::Attribute>(text.data(), end, copy, escape);
+    else
+        xml_text::Escaped<xml_text::Escaping::Content>(text.data(), end, copy, escape);
 }
 
 bool IsSpace(View text) { return text.find_first_not_of(WIDE(" \t\r\n")) == View::npos; }
@@ -157,7 +150,7 @@ private:
             AppendEscaped(View(pair, 2), false, m_out);
             text.remove_prefix(1);
         }
-        if (!text.empty() && text.back() >= 0xD800 && text.back() <= 0xDBFF) {
+        if (!text.empty() && platform::IsHighSurrogate(text.back())) {
             m_highSurrogate = text.back();
             text.remove_suffix(1);
         }

@@ -6,8 +6,8 @@
 #include <xercesc/util/BinInputStream.hpp>
 
 #include "classxml/platform/FileIO.h"
-#include "classxml/xmlio/DoctypeOverride.h"
 #include "classxml/platform/Utf.h"
+#include "classxml/xmlio/DoctypeOverride.h"
 #include "classxml/xmlio/XercesText.h"
 
 namespace classxml::document_input {

@@ -1,79 +1,118 @@
 #include "classxml/xmlio/Prolog.h"
 
-#include <cstdint>
+#include <bit>
+
+#include "classxml/xmlio/XmlText.h"
 
 namespace classxml::prolog {
-namespace {
 
-// Walks a prolog of code units: true once it reaches a start tag with only what names no DTD
-// before it.
-template <class At>
-bool PrologNamesNoDtd(std::size_t size, At at) {
-    const auto is = [&](std::size_t position, const char* text) {
-        for (; *text; ++text, ++position)
-            if (position >= size || at(position) != static_cast<unsigned char>(*text)) return false;
-        return true;
-    };
-    // The position after the next `end` from `position`, or `size` when there is none.
-    const auto past = [&](std::size_t position, const char* end) {
-        for (; position < size; ++position)
-            if (is(position, end)) {
-                for (const char* c = end; *c; ++c)
-                    ++position;
-                return position;
-            }
-        return size;
-    };
-    std::size_t position = 0;
-    while (position < size) {
-        const std::uint32_t unit = at(position);
-        if (unit == ' ' || unit == '\t' || unit == '\r' || unit == '\n') {
-            ++position;
-        } else if (is(position, "<?")) {
-            position = past(position + 2, "?>");
-        } else if (is(position, "<!--")) {
-            position = past(position + 4, "-->");
-        } else if (unit == '<' && position + 1 < size) {
-            const std::uint32_t next = at(position + 1);
-            return next == '_' || next == ':' || (next >= 'a' && next <= 'z') ||
-                   (next >= 'A' && next <= 'Z') || next >= 0x80;
+Units::Units(const unsigned char* bytes, std::size_t size, std::size_t width, bool little,
+             std::size_t start)
+    : m_bytes(bytes), m_size(size), m_width(width), m_little(little), m_start(start) {}
+
+Units Units::Sniffed(const unsigned char* bytes, std::size_t n) {
+    const bool littleMark = n >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE;
+    const bool bigMark = n >= 2 && bytes[0] == 0xFE && bytes[1] == 0xFF;
+    const bool little = littleMark || (n >= 2 && bytes[0] == '<' && bytes[1] == 0);
+    const bool big = bigMark || (n >= 2 && bytes[0] == 0 && bytes[1] == '<');
+    const bool utf8Mark = n >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF;
+    const std::size_t start = littleMark || bigMark ? 2 : utf8Mark ? 3 : 0;
+    return Units(bytes, n, little || big ? 2 : 1, little, start);
+}
+
+Units Units::Utf8(CBasicStringView<char8_t> text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    return Units(bytes, text.size(), 1, false, text.starts_with(u8"\uFEFF") ? 3 : 0);
+}
+
+Units Units::Utf16(CBasicStringView<WideChar> text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    const std::size_t start = !text.empty() && text[0] == WideChar(0xFEFF) ? 2 : 0;
+    constexpr bool kLittle = std::endian::native == std::endian::little;
+    return Units(bytes, 2 * text.size(), 2, kLittle, start);
+}
+
+std::uint32_t Units::At(std::size_t unit) const {
+    const unsigned char* at = m_bytes + ByteOf(unit);
+    if (m_width == 1) return at[0];
+    return m_little ? std::uint32_t(at[0] | at[1] << 8) : std::uint32_t(at[0] << 8 | at[1]);
+}
+
+bool Units::Is(std::size_t unit, std::string_view ascii) const {
+    for (const char c : ascii)
+        if (unit >= Size() || At(unit++) != static_cast<unsigned char>(c)) return false;
+    return true;
+}
+
+std::optional<std::size_t> Units::Past(std::size_t unit, std::string_view end) const {
+    for (; unit < Size(); ++unit)
+        if (Is(unit, end)) return unit + end.size();
+    return std::nullopt;
+}
+
+bool Units::IsSpace(std::size_t unit) const {
+    const std::uint32_t c = unit < Size() ? At(unit) : 0;
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+std::size_t Units::SkipSpace(std::size_t unit) const {
+    while (IsSpace(unit))
+        ++unit;
+    return unit;
+}
+
+// A byte of a multi-byte UTF-8 sequence, or a surrogate, may be part of a name: the parser
+// decides.
+bool Units::IsNameStart(std::size_t unit) const {
+    if (unit >= Size()) return false;
+    const std::uint32_t c = At(unit);
+    return (m_width == 1 && c >= 0x80) || platform::IsSurrogate(c) ||
+           xml_text::IsNameStartCharacter(c);
+}
+
+std::size_t Units::SkipName(std::size_t unit) const {
+    while (unit < Size() && (IsNameStart(unit) || xml_text::IsNameCharacter(At(unit))))
+        ++unit;
+    return unit;
+}
+
+std::optional<std::size_t> Units::PastLiteral(std::size_t unit) const {
+    if (unit >= Size() || (At(unit) != '"' && At(unit) != '\'')) return std::nullopt;
+    return Past(unit + 1, At(unit) == '"' ? "\"" : "'");
+}
+
+std::vector<unsigned char> Units::Encode(std::string_view ascii) const {
+    std::vector<unsigned char> bytes;
+    for (const char c : ascii) {
+        if (m_width == 2 && !m_little) bytes.push_back(0);
+        bytes.push_back(static_cast<unsigned char>(c));
+        if (m_width == 2 && m_little) bytes.push_back(0);
+    }
+    return bytes;
+}
+
+FirstMarkup FindFirstMarkup(const Units& units) {
+    using Kind = FirstMarkup::Kind;
+    for (std::size_t unit = 0;;) {
+        unit = units.SkipSpace(unit);
+        if (unit + 1 >= units.Size()) return {Kind::Unknown, unit};
+        if (units.Is(unit, "<?") || units.Is(unit, "<!--")) {
+            const auto end =
+                units.Is(unit, "<?") ? units.Past(unit + 2, "?>") : units.Past(unit + 4, "-->");
+            if (!end) return {Kind::Unknown, unit};
+            unit = *end;
+        } else if (units.Is(unit, "<!DOCTYPE")) {
+            return {Kind::Doctype, unit};
+        } else if (units.At(unit) == '<' && units.IsNameStart(unit + 1)) {
+            return {Kind::StartTag, unit};
         } else {
-            return false; // "<!DOCTYPE", or what is not markup
+            return {Kind::Other, unit};
         }
     }
-    return false;
 }
 
-} // namespace
-
-bool NamesNoDtd(CBasicStringView<char8_t> utf8) {
-    const std::size_t mark = utf8.starts_with(u8"\uFEFF") ? 3 : 0;
-    return PrologNamesNoDtd(utf8.size() - mark, [&](std::size_t i) {
-        return std::uint32_t(static_cast<unsigned char>(utf8[mark + i]));
-    });
-}
-
-bool NamesNoDtd(CBasicStringView<WideChar> utf16) {
-    const std::size_t mark = !utf16.empty() && utf16[0] == WideChar(0xFEFF) ? 1 : 0;
-    return PrologNamesNoDtd(utf16.size() - mark, [&](std::size_t i) {
-        return std::uint32_t(static_cast<std::uint16_t>(utf16[mark + i]));
-    });
-}
-
-// UTF-16 by its byte-order mark or its first character, in either byte order; otherwise taken
-// as UTF-8 (other encodings are not ASCII-compatible enough to show a start tag).
-bool NamesNoDtd(const unsigned char* head, std::size_t size) {
-    const bool little =
-        size >= 2 && ((head[0] == 0xFF && head[1] == 0xFE) || (head[0] == '<' && head[1] == 0));
-    const bool big =
-        size >= 2 && ((head[0] == 0xFE && head[1] == 0xFF) || (head[0] == 0 && head[1] == '<'));
-    if (!little && !big)
-        return NamesNoDtd(CBasicStringView<char8_t>(reinterpret_cast<const char8_t*>(head), size));
-    const std::size_t mark = head[0] == '<' || head[1] == '<' ? 0 : 1;
-    return PrologNamesNoDtd(size / 2 - mark, [&](std::size_t i) {
-        const unsigned char* unit = head + 2 * (mark + i);
-        return std::uint32_t(little ? unit[0] | unit[1] << 8 : unit[0] << 8 | unit[1]);
-    });
+bool NamesNoDtd(const Units& units) {
+    return FindFirstMarkup(units).kind == FirstMarkup::Kind::StartTag;
 }
 
 } // namespace classxml::prolog

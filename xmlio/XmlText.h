@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <type_traits>
 
 #include <xercesc/util/XMLChar.hpp>
 
@@ -28,8 +29,8 @@ inline bool IsXmlText(CBasicStringView<WideChar> text) {
             if (value >= 0xFFFE) return false;
             continue;
         }
-        if (value >= 0xDC00 || unit == end ||
-            (static_cast<std::uint16_t>(*unit) & 0xFC00) != 0xDC00)
+        if (!platform::IsHighSurrogate(value) || unit == end ||
+            !platform::IsLowSurrogate(static_cast<std::uint16_t>(*unit)))
             return false;
         ++unit; // a high surrogate and its low one
     }
@@ -58,11 +59,28 @@ inline bool IsXmlTextUtf8(std::string_view text) {
     return true;
 }
 
+// The characters of names, as the parser classes them: a character of the basic plane by the
+// parser's own table, a supplementary one (a surrogate pair) from U+10000 to U+EFFFF.
+inline bool IsNameStartCharacter(char32_t character) {
+    return character < 0x10000 ? xercesc::XMLChar1_0::isFirstNameChar(XMLCh(character))
+                               : character <= 0xEFFFF;
+}
+inline bool IsNameCharacter(char32_t character) {
+    return character < 0x10000 ? xercesc::XMLChar1_0::isNameChar(XMLCh(character))
+                               : character <= 0xEFFFF;
+}
+
 // A name XML 1.0 allows for an element or an attribute (a colon included: names are not
 // namespace-qualified here).
 inline bool IsName(CBasicStringView<WideChar> name) {
-    return !name.empty() && xercesc::XMLChar1_0::isValidName(
-                                reinterpret_cast<const XMLCh*>(name.data()), name.size());
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        char32_t character = static_cast<std::uint16_t>(name[i]);
+        if (platform::IsHighSurrogate(character) && i + 1 < name.size() &&
+            platform::IsLowSurrogate(static_cast<std::uint16_t>(name[i + 1])))
+            character = platform::CodePointOf(character, static_cast<std::uint16_t>(name[++i]));
+        if (!(i == 0 ? IsNameStartCharacter(character) : IsNameCharacter(character))) return false;
+    }
+    return !name.empty();
 }
 
 // A public identifier holds only the characters XML allows there.
@@ -81,6 +99,53 @@ inline bool IsPublicId(CBasicStringView<WideChar> id) {
 // A system identifier is written between double quotes, so it cannot hold one.
 inline bool IsSystemId(CBasicStringView<WideChar> id) {
     return IsXmlText(id) && id.find(WideChar('"')) == CBasicStringView<WideChar>::npos;
+}
+
+// Where escaped text stands: in content, or in an attribute value between double quotes.
+enum class Escaping { Content, Attribute };
+
+// The reference that stands for a character that cannot stand as itself, as the serialiser
+// writes it, or an empty view. In content: "&", "<", ">", and a carriage return, which would
+// otherwise read back as a line feed. In an attribute value: "&", "<", the double quote, and
+// line feed, carriage return and tab, which the parser would otherwise turn into spaces.
+template <Escaping kind>
+constexpr std::string_view EscapeOf(std::uint32_t unit) {
+    if (unit > '>') return {}; // by far the most common case
+    switch (unit) {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return kind == Escaping::Content ? "&gt;" : "";
+    case '"':
+        return kind == Escaping::Attribute ? "&quot;" : "";
+    case '\r':
+        return "&#xD;";
+    case '\n':
+        return kind == Escaping::Attribute ? "&#xA;" : "";
+    case '\t':
+        return kind == Escaping::Attribute ? "&#x9;" : "";
+    default:
+        return {};
+    }
+}
+
+// Text escaped for where it stands: `copy(begin, end)` for each run of units that stand as they
+// are, `escape(reference)` for each unit between them. The units are UTF-16, or UTF-8 bytes
+// (no byte of a multi-byte sequence needs an escape).
+template <Escaping kind, class Unit, class Copy, class Escape>
+void Escaped(const Unit* begin, const Unit* end, Copy copy, Escape escape) {
+    const Unit* run = begin;
+    for (const Unit* unit = begin; unit != end; ++unit) {
+        const std::string_view reference =
+            EscapeOf<kind>(static_cast<std::make_unsigned_t<Unit>>(*unit));
+        if (reference.empty()) continue;
+        copy(run, unit);
+        escape(reference);
+        run = unit + 1;
+    }
+    copy(run, end);
 }
 
 // How text is stored as CDATA so that it reads back as it was. A CDATA section cannot hold

@@ -9,30 +9,25 @@
 namespace classxml::archive_detail {
 namespace {
 
-bool IsNameCharacter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' ||
-           c == '-' || c == '_' || c == ':' || static_cast<unsigned char>(c) >= 0x80;
-}
-
 // What a content model allows: character data, and which elements.
 struct Allowed {
     bool text = false;
     std::set<std::string> elements;
 };
 
+// The content models here are written by this file: names and "#PCDATA" between the
+// punctuation of groups.
 Allowed AllowedBy(std::string_view model) {
+    constexpr std::string_view kPunctuation = "()|,?*+ ";
     Allowed allowed;
-    for (std::size_t at = 0; at < model.size();) {
-        const bool keyword = model[at] == '#'; // #PCDATA
-        std::size_t end = at + (keyword ? 1 : 0);
-        while (end < model.size() && IsNameCharacter(model[end]))
-            ++end;
+    for (std::size_t at = model.find_first_not_of(kPunctuation); at != std::string_view::npos;) {
+        const std::size_t end = std::min(model.find_first_of(kPunctuation, at), model.size());
         const std::string_view token = model.substr(at, end - at);
         if (token == "#PCDATA")
             allowed.text = true;
-        else if (!token.empty() && !keyword && token != "EMPTY")
+        else if (token != "EMPTY")
             allowed.elements.emplace(token);
-        at = std::max(end, at + 1);
+        at = model.find_first_not_of(kPunctuation, end);
     }
     return allowed;
 }
@@ -121,8 +116,7 @@ std::string ChoiceModel(std::vector<std::string> elements, bool none) {
 }
 
 Result SaveText(std::string_view path, std::string_view text) {
-    platform::FileReplacement file(
-        platform::Utf8ToUtf16(path));
+    platform::FileReplacement file(platform::Utf8ToUtf16(path));
     Result result;
     if (file.Kind() != platform::WriteTarget::Kind::MissingFolder &&
         file.Write(text.data(), text.size()) && file.Commit())
