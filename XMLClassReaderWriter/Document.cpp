@@ -45,8 +45,7 @@ bool CXMLClassReaderWriter::ReadFromString(CBasicStringView<char8_t> const& xml)
 }
 
 bool CXMLClassReaderWriter::ReadFromString(CBasicStringView<char> const& xml) {
-    return ReadFromString(
-        classxml::platform::AsUtf8(xml));
+    return ReadFromString(classxml::platform::AsUtf8(xml));
 }
 
 void CXMLClassReaderWriter::CloseDocument() {

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <type_traits>
 
-#include "classxml/valuetext/ValueText.h"
 #include "classxml/platform/Utf.h"
+#include "classxml/valuetext/ValueText.h"
 
 using classxml::value_text::Codec;
 

@@ -47,6 +47,16 @@ bool ArchiveReader::Unopened(std::string_view path, int error) {
     return Fail({}, "cannot open \"" + std::string(path) + "\": " + platform::ErrorText(error));
 }
 
+bool ArchiveReader::WrongContainer(std::string_view kind, std::string_view itemType,
+                                   std::string_view valueType, std::string_view foundKind,
+                                   std::string_view foundItem, std::string_view foundValue) {
+    const bool map = kind == "map";
+    const auto describe = [map](std::string_view k, std::string_view i, std::string_view v) {
+        return std::string(k) + " of " + std::string(i) + (map ? " to " + std::string(v) : "");
+    };
+    return Fail(describe(kind, itemType, valueType), describe(foundKind, foundItem, foundValue));
+}
+
 bool ArchiveReader::Fail(std::string expected, std::string found, std::string_view leaf) {
     if (Failed()) return false;
     m_result.ok = false;

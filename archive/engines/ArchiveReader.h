@@ -31,6 +31,11 @@ public:
 
     // Records a failure at the top (or at its member `leaf`): false.
     bool Fail(std::string expected, std::string found, std::string_view leaf = {});
+    // Records that the container at the top is not of `kind` with these item (and value) types,
+    // as asked, but as found: false.
+    bool WrongContainer(std::string_view kind, std::string_view itemType,
+                        std::string_view valueType, std::string_view foundKind,
+                        std::string_view foundItem, std::string_view foundValue);
     // Records that the file at `path` could not be opened, for the system's reason `error`.
     bool Unopened(std::string_view path, int error);
     bool Failed() const { return !m_result; }

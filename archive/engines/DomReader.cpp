@@ -14,19 +14,17 @@ using Wide = CBasicString<WideChar>;
 
 } // namespace
 
-DomReader::DomReader()
-    : m_root(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true) {
+DomReader::DomReader() : m_root(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true) {
     StartEngineOnFirstUse();
 }
 
 DomReader::~DomReader() { m_root.ReleaseDocument(); }
 
 bool DomReader::LoadFile(std::string_view path, std::string_view rootName,
-                              const LoadOptions& options) {
+                         const LoadOptions& options) {
     m_rootName = rootName;
     m_path.Enter(m_rootName);
-    const Wide file =
-        platform::Utf8ToUtf16(path);
+    const Wide file = platform::Utf8ToUtf16(path);
     document_input::SetLastOpenError(0);
     const read_settings::Scope settings(DtdDirectoryFor(path, options), !options.standardError);
     const bool parsed = m_root.ReadFromFile(file);
@@ -36,7 +34,7 @@ bool DomReader::LoadFile(std::string_view path, std::string_view rootName,
 }
 
 bool DomReader::LoadString(std::string_view utf8, std::string_view rootName,
-                                const LoadOptions& options) {
+                           const LoadOptions& options) {
     m_rootName = rootName;
     m_path.Enter(m_rootName);
     const read_settings::Scope settings(DtdDirectoryFor({}, options), !options.standardError);
@@ -47,24 +45,24 @@ bool DomReader::LoadString(std::string_view utf8, std::string_view rootName,
 bool DomReader::Parsed(bool parsed, std::string_view rootName) {
     m_result.diagnostics = LastDiagnostics();
     if (!parsed) return Fail("a well-formed, valid document", "one that is not");
-    m_open.push_back({m_root, 0});
+    m_frames.push_back({m_root, 0});
     return IsClass(rootName);
 }
 
 bool DomReader::IsClass(std::string_view elementName) {
     if (Failed()) return false;
-    const std::string found = Utf8Of(m_open.back().element.GetElementName());
+    const std::string found = Utf8Of(m_frames.back().element.GetElementName());
     if (found == elementName) return true;
     return Fail("class element " + std::string(elementName), "element " + found);
 }
 
 std::string DomReader::ElementName() {
-    return Failed() ? std::string() : Utf8Of(m_open.back().element.GetElementName());
+    return Failed() ? std::string() : Utf8Of(m_frames.back().element.GetElementName());
 }
 
 std::optional<std::string> DomReader::Attribute(std::string_view name) {
     if (Failed()) return std::nullopt;
-    Handle& element = m_open.back().element;
+    Handle& element = m_frames.back().element;
     const WideText wide(name);
     if (!element.HasAttribute(wide.view())) return std::nullopt;
     return Utf8Of(element.GetAttributeValue(wide.view()));
@@ -87,11 +85,12 @@ void DomReader::Push(Handle element, std::size_t index, std::string_view name) {
         m_path.Enter(element.GetElementName(), index);
     else
         m_path.Enter(name);
-    m_open.push_back({std::move(element), index});
+    m_frames.push_back({std::move(element), index});
 }
 
 bool DomReader::HasMember(std::string_view name) {
-    return !Failed() && m_open.back().element.GetFirstSubElement(WideText(name).view()).IsDefined();
+    return !Failed() &&
+           m_frames.back().element.GetFirstSubElement(WideText(name).view()).IsDefined();
 }
 
 bool DomReader::HasClassMember(std::string_view elementName, std::string_view variableName) {
@@ -100,16 +99,15 @@ bool DomReader::HasClassMember(std::string_view elementName, std::string_view va
 
 bool DomReader::EnterMember(std::string_view name) {
     if (Failed()) return false;
-    Handle member = m_open.back().element.GetFirstSubElement(WideText(name).view());
+    Handle member = m_frames.back().element.GetFirstSubElement(WideText(name).view());
     if (!member.IsDefined()) return Fail("a member", "none", name);
     Push(std::move(member), 0, name);
     return true;
 }
 
-Handle DomReader::FindClassMember(std::string_view elementName,
-                                       std::string_view variableName) {
+Handle DomReader::FindClassMember(std::string_view elementName, std::string_view variableName) {
     const WideText element(elementName), variable(variableName);
-    Handle member = m_open.back().element.GetFirstSubElement(element.view());
+    Handle member = m_frames.back().element.GetFirstSubElement(element.view());
     while (member.IsDefined() && !member.IsVariableName(variable.view()))
         member = member.GetNextElement(element.view());
     return member;
@@ -126,7 +124,7 @@ bool DomReader::EnterClassMember(std::string_view elementName, std::string_view 
 
 bool DomReader::FirstItem() {
     if (Failed()) return false;
-    Handle first = m_open.back().element.GetFirstSubElement();
+    Handle first = m_frames.back().element.GetFirstSubElement();
     if (!first.IsDefined()) return false;
     Push(std::move(first), 1);
     return true;
@@ -134,8 +132,8 @@ bool DomReader::FirstItem() {
 
 bool DomReader::NextItem() {
     if (Failed()) return false;
-    Handle next = m_open.back().element.GetNextElement();
-    const std::size_t index = m_open.back().index + 1;
+    Handle next = m_frames.back().element.GetNextElement();
+    const std::size_t index = m_frames.back().index + 1;
     Leave();
     if (!next.IsDefined()) return false;
     Push(std::move(next), index);
@@ -143,14 +141,14 @@ bool DomReader::NextItem() {
 }
 
 void DomReader::Leave() {
-    m_open.pop_back();
+    m_frames.pop_back();
     m_path.Leave();
 }
 
 bool DomReader::IsContainer(std::string_view kind, std::string_view itemType,
-                                 std::string_view valueType) {
+                            std::string_view valueType) {
     if (Failed()) return false;
-    Handle& element = m_open.back().element;
+    Handle& element = m_frames.back().element;
     const auto attribute = [&](Handle::View name) {
         return element.HasAttribute(name) ? Utf8Of(element.GetAttributeValue(name)) : std::string();
     };
@@ -159,17 +157,14 @@ bool DomReader::IsContainer(std::string_view kind, std::string_view itemType,
     const std::string foundItem = attribute(Handle::VARKEY_TYPE);
     const std::string foundValue = map ? attribute(Handle::VAR_TYPE) : std::string();
     if (foundKind == kind && foundItem == itemType && foundValue == valueType) return true;
-    const auto describe = [map](std::string_view k, std::string_view i, std::string_view v) {
-        return std::string(k) + " of " + std::string(i) + (map ? " to " + std::string(v) : "");
-    };
-    return Fail(describe(kind, itemType, valueType), describe(foundKind, foundItem, foundValue));
+    return WrongContainer(kind, itemType, valueType, foundKind, foundItem, foundValue);
 }
 
 // GetContent writes each line feed of a text node as CR LF; the text as it was has one carriage
 // return fewer before each line feed.
 bool DomReader::TextOf(std::string_view type, TextPieces& pieces) {
     if (Failed()) return false;
-    Handle& element = m_open.back().element;
+    Handle& element = m_frames.back().element;
     if (element.HasAttribute(Handle::KEY_TYPE)) {
         const std::string found = Utf8Of(element.GetAttributeValue(Handle::KEY_TYPE));
         if (found != type) return Fail(std::string(type), "keytype " + found);

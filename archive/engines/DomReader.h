@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "classxml/archive/detail/Archived.h"
 #include "classxml/archive/LoadOptions.h"
+#include "classxml/archive/detail/Archived.h"
 #include "classxml/archive/engines/ArchiveReader.h"
 
 namespace classxml::archive_detail {
@@ -59,7 +59,7 @@ public:
     // The whole document was read and accepted when it was loaded: nothing is left to do but
     // leave the elements still entered.
     void Finish() {
-        if (m_open.size() > 1) m_open.erase(m_open.begin() + 1, m_open.end());
+        if (m_frames.size() > 1) m_frames.erase(m_frames.begin() + 1, m_frames.end());
     }
 
 private:
@@ -76,7 +76,7 @@ private:
     CXMLClassReaderWriter m_root;
     std::string m_rootName;                            // the path's first step
     std::optional<CXMLClassReaderWriter> m_lastObject; // NextObject's, to go on from
-    std::vector<Frame> m_open;
+    std::vector<Frame> m_frames;
     CBasicString<WideChar> m_written; // a content as it was written
 };
 

@@ -49,10 +49,9 @@ StreamEngineReader::~StreamEngineReader() = default;
 // The settings are taken when the reading starts: the DTD directory and whether complaints go to
 // standard error too hold for the whole document.
 bool StreamEngineReader::LoadFile(std::string_view path, std::string_view rootName,
-                                    const LoadOptions& options) {
+                                  const LoadOptions& options) {
     const read_settings::Scope settings(DtdDirectoryFor(path, options), !options.standardError);
-    const bool opened = m_reader->OpenFile(
-        platform::Utf8ToUtf16(path));
+    const bool opened = m_reader->OpenFile(platform::Utf8ToUtf16(path));
     if (m_reader->OpenError() != 0) {
         m_rootName = rootName;
         m_path.Enter(m_rootName);
@@ -62,7 +61,7 @@ bool StreamEngineReader::LoadFile(std::string_view path, std::string_view rootNa
 }
 
 bool StreamEngineReader::LoadString(std::string_view utf8, std::string_view rootName,
-                                      const LoadOptions& options) {
+                                    const LoadOptions& options) {
     const read_settings::Scope settings(DtdDirectoryFor({}, options), !options.standardError);
     return Started(m_reader->OpenString(utf8), rootName);
 }
@@ -86,9 +85,9 @@ bool StreamEngineReader::Stopped() {
 
 // Enters the live child the reader stands on.
 void StreamEngineReader::Enter(std::string_view name, std::size_t index) {
-    if (m_open == m_frames.size()) m_frames.emplace_back();
-    Frame& frame = m_frames[m_open++];
-    frame = Frame{m_childName, index, true, false, 0, 0, m_held.size()};
+    if (m_openFrames == m_frames.size()) m_frames.emplace_back();
+    Frame& frame = m_frames[m_openFrames++];
+    frame = Frame{.name = m_childName, .index = index, .live = true, .aside = m_held.size()};
     m_pending = false;
     m_onStartTag = true;
     if (index)
@@ -99,10 +98,15 @@ void StreamEngineReader::Enter(std::string_view name, std::size_t index) {
 
 // Enters an element held before.
 void StreamEngineReader::Replay(std::size_t held, std::string_view name, std::size_t index) {
-    if (m_open == m_frames.size()) m_frames.emplace_back();
-    Frame& frame = m_frames[m_open++];
+    if (m_openFrames == m_frames.size()) m_frames.emplace_back();
+    Frame& frame = m_frames[m_openFrames++];
     m_held[held].taken = true;
-    frame = Frame{m_held[held].name, index, false, true, held, held, 0};
+    frame = Frame{.name = m_held[held].name,
+                  .index = index,
+                  .live = false,
+                  .ended = true,
+                  .held = held,
+                  .cursor = held};
     if (index)
         m_path.Enter(frame.name, index);
     else
@@ -128,7 +132,7 @@ std::optional<View> StreamEngineReader::AttributeOf(const Frame& frame, View nam
 bool StreamEngineReader::NextChild() {
     if (Failed()) return false;
     if (m_pending) return true;
-    Frame& top = m_frames[m_open - 1];
+    Frame& top = m_frames[m_openFrames - 1];
     if (top.ended) return false;
     m_onStartTag = false;
     switch (m_reader->NextTag()) {
@@ -190,8 +194,8 @@ bool StreamEngineReader::Hold() {
 }
 
 bool StreamEngineReader::Matches(View name, std::optional<View> variable,
-                                   std::string_view elementName, std::string_view variableName,
-                                   bool byVariable) const {
+                                 std::string_view elementName, std::string_view variableName,
+                                 bool byVariable) const {
     if (!SameText(name, elementName)) return false;
     if (!byVariable) return true;
     return variable ? SameText(*variable, variableName) : variableName.empty();
@@ -200,10 +204,9 @@ bool StreamEngineReader::Matches(View name, std::optional<View> variable,
 // The child of the innermost open element that is the member asked for: among what it holds,
 // or further on in the document, holding what stands before it.
 StreamEngineReader::Found StreamEngineReader::Find(std::string_view elementName,
-                                                       std::string_view variableName,
-                                                       bool byVariable) {
+                                                   std::string_view variableName, bool byVariable) {
     if (Failed()) return {};
-    const Frame& top = m_frames[m_open - 1];
+    const Frame& top = m_frames[m_openFrames - 1];
     const std::size_t first = top.live ? top.aside : top.held + 1;
     const std::size_t end = top.live ? m_held.size() : m_held[top.held].end;
     for (std::size_t i = first; i < end; i = m_held[i].end) {
@@ -238,7 +241,7 @@ bool StreamEngineReader::HasMember(std::string_view name) {
 }
 
 bool StreamEngineReader::HasClassMember(std::string_view elementName,
-                                          std::string_view variableName) {
+                                        std::string_view variableName) {
     return Find(elementName, variableName, true).where != Found::Where::Nowhere;
 }
 
@@ -249,7 +252,7 @@ bool StreamEngineReader::EnterMember(std::string_view name) {
 }
 
 bool StreamEngineReader::EnterClassMember(std::string_view elementName,
-                                            std::string_view variableName) {
+                                          std::string_view variableName) {
     const Found found = Find(elementName, variableName, true);
     if (found.where == Found::Where::Nowhere)
         return !Failed() &&
@@ -268,7 +271,7 @@ bool StreamEngineReader::NextObject(std::string_view elementName, std::size_t in
 // Items stand in document order: the next child, live or held.
 bool StreamEngineReader::FirstItem() {
     if (Failed()) return false;
-    Frame& top = m_frames[m_open - 1];
+    Frame& top = m_frames[m_openFrames - 1];
     if (top.live) {
         if (!NextChild()) return false;
         Enter({}, 1);
@@ -283,9 +286,9 @@ bool StreamEngineReader::FirstItem() {
 
 bool StreamEngineReader::NextItem() {
     if (Failed()) return false;
-    const std::size_t index = m_frames[m_open - 1].index + 1;
+    const std::size_t index = m_frames[m_openFrames - 1].index + 1;
     Leave();
-    Frame& top = m_frames[m_open - 1];
+    Frame& top = m_frames[m_openFrames - 1];
     if (top.live) {
         if (!NextChild()) return false;
         Enter({}, index);
@@ -301,8 +304,8 @@ bool StreamEngineReader::NextItem() {
 // A live element is read on to its end, past what the archive did not ask for, and what it
 // held goes.
 void StreamEngineReader::Leave() {
-    if (m_open == 0) return;
-    const Frame& top = m_frames[m_open - 1];
+    if (m_openFrames == 0) return;
+    const Frame& top = m_frames[m_openFrames - 1];
     if (top.live) {
         if (!top.ended)
             while (NextChild())
@@ -316,31 +319,31 @@ void StreamEngineReader::Leave() {
         }
         if (top.aside < m_held.size()) m_held.resize(top.aside);
     }
-    --m_open;
+    --m_openFrames;
     m_path.Leave();
 }
 
 bool StreamEngineReader::IsClass(std::string_view elementName) {
     if (Failed()) return false;
-    const Frame& top = m_frames[m_open - 1];
+    const Frame& top = m_frames[m_openFrames - 1];
     if (SameText(top.name, elementName)) return true;
     return Fail("class element " + std::string(elementName), "element " + Utf8Of(top.name));
 }
 
 std::string StreamEngineReader::ElementName() {
-    return Failed() ? std::string() : Utf8Of(m_frames[m_open - 1].name);
+    return Failed() ? std::string() : Utf8Of(m_frames[m_openFrames - 1].name);
 }
 
 std::optional<std::string> StreamEngineReader::Attribute(std::string_view name) {
     if (Failed()) return std::nullopt;
-    const auto value = AttributeOf(m_frames[m_open - 1], WideText(name).view());
+    const auto value = AttributeOf(m_frames[m_openFrames - 1], WideText(name).view());
     return value ? std::optional<std::string>(Utf8Of(*value)) : std::nullopt;
 }
 
 bool StreamEngineReader::IsContainer(std::string_view kind, std::string_view itemType,
-                                       std::string_view valueType) {
+                                     std::string_view valueType) {
     if (Failed()) return false;
-    const Frame& top = m_frames[m_open - 1];
+    const Frame& top = m_frames[m_openFrames - 1];
     const bool map = kind == "map";
     const auto text = [&](View name) { return AttributeOf(top, name).value_or(View()); };
     const View foundKind = text(kKeyType), foundItem = text(WIDE("varkeytype")),
@@ -348,11 +351,8 @@ bool StreamEngineReader::IsContainer(std::string_view kind, std::string_view ite
     if (SameText(foundKind, kind) && SameText(foundItem, itemType) &&
         (!map || SameText(foundValue, valueType)))
         return true;
-    const auto describe = [map](std::string_view k, std::string_view i, std::string_view v) {
-        return std::string(k) + " of " + std::string(i) + (map ? " to " + std::string(v) : "");
-    };
-    return Fail(describe(kind, itemType, valueType),
-                describe(Utf8Of(foundKind), Utf8Of(foundItem), Utf8Of(foundValue)));
+    return WrongContainer(kind, itemType, valueType, Utf8Of(foundKind), Utf8Of(foundItem),
+                          Utf8Of(foundValue));
 }
 
 // The text of the innermost open element, once its keytype (when it has one) is `type`. Like
@@ -360,7 +360,7 @@ bool StreamEngineReader::IsContainer(std::string_view kind, std::string_view ite
 // end tag.
 bool StreamEngineReader::TextOf(std::string_view type, TextPieces& pieces) {
     if (Failed()) return false;
-    Frame& top = m_frames[m_open - 1];
+    Frame& top = m_frames[m_openFrames - 1];
     if (const auto keyType = AttributeOf(top, kKeyType); keyType && !SameText(*keyType, type))
         return Fail(std::string(type), "keytype " + Utf8Of(*keyType));
     if (!top.live) {
@@ -374,7 +374,7 @@ bool StreamEngineReader::TextOf(std::string_view type, TextPieces& pieces) {
 }
 
 void StreamEngineReader::Finish() {
-    while (m_open > 0)
+    while (m_openFrames > 0)
         Leave();
     if (!Failed() && Advance() != Event::End) Stopped();
     m_result.diagnostics = LastDiagnostics();

@@ -10,8 +10,8 @@
 
 #include "classxml/BasicString.h"
 #include "classxml/DatabaseTypes.h"
-#include "classxml/archive/detail/Archived.h"
 #include "classxml/archive/LoadOptions.h"
+#include "classxml/archive/detail/Archived.h"
 #include "classxml/archive/engines/ArchiveReader.h"
 #include "classxml/platform/Export.h"
 #include "classxml/stream/StreamReader.h"
@@ -112,11 +112,11 @@ private:
     bool TextOf(std::string_view type, TextPieces& pieces) override;
 
     std::unique_ptr<StreamReader> m_reader;
-    std::vector<Frame> m_frames; // the open elements; frames are reused, not freed
-    std::size_t m_open = 0;      // how many of m_frames are open
-    bool m_pending = false;      // the reader stands on the start tag of a child not entered
-    View m_childName;            // that child's name
-    bool m_onStartTag = false;   // the reader stands on the start tag of the innermost element
+    std::vector<Frame> m_frames;  // the open elements; frames are reused, not freed
+    std::size_t m_openFrames = 0; // how many of m_frames are open
+    bool m_pending = false;       // the reader stands on the start tag of a child not entered
+    View m_childName;             // that child's name
+    bool m_onStartTag = false;    // the reader stands on the start tag of the innermost element
     // Elements passed over, for their class elements' later asks. Elements are held only while
     // the innermost open element is live, when no replayed frame (whose name is a view into
     // this) is open, so that it may grow as a vector.

@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "classxml/DatabaseTypes.h"
-#include "classxml/archive/engines/DomWriter.h"
 #include "classxml/archive/engines/ArchiveWriter.h"
+#include "classxml/archive/engines/DomWriter.h"
 #include "classxml/platform/Export.h"
 
 namespace classxml {
@@ -27,7 +27,7 @@ public:
     static constexpr Engine kEngine = Engine::Stream;
 
     StreamEngineWriter(Destination destination, std::string_view rootName,
-                         const DocumentType& doctype);
+                       const DocumentType& doctype);
     ~StreamEngineWriter() override;
     StreamEngineWriter(const StreamEngineWriter&) = delete;
     StreamEngineWriter& operator=(const StreamEngineWriter&) = delete;
