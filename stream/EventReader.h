@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include <xercesc/framework/XMLAttr.hpp>
@@ -63,7 +64,8 @@ private:
 // largest text, not of the document; and a text need not be held at all, where its consumer
 // takes it as it comes (SendText).
 // Character data that follows character data (CDATA sections, ignorable white space, the
-// expansion of entity references) joins the event before it.
+// expansion of entity references) joins the event before it, up to kTextPiece units: a longer
+// text comes as several events, so that reading a document of any texts takes bounded memory.
 // What the DOCTYPE says beyond the root's name.
 struct DocType {
     CBasicString<WideChar> publicId, systemId;
@@ -110,14 +112,19 @@ public:
         const xercesc::XMLElementDecl* element = nullptr;
         const XMLCh* name = nullptr;
         std::size_t length = 0;
+        std::string utf8; // converted when first asked for
+        bool converted = false;
     };
     // The name of an element, with its length.
-    const KnownName& NameOf(const xercesc::XMLElementDecl& element) {
+    KnownName& NameOf(const xercesc::XMLElementDecl& element) {
         const auto slot = reinterpret_cast<std::uintptr_t>(&element) / alignof(std::max_align_t);
         KnownName& known = m_knownNames[slot % m_knownNames.size()];
         if (known.element != &element) {
             const XMLCh* name = element.getFullName();
-            known = {&element, name, xercesc::XMLString::stringLen(name)};
+            known.element = &element;
+            known.name = name;
+            known.length = xercesc::XMLString::stringLen(name);
+            known.converted = false;
         }
         return known;
     }
@@ -194,11 +201,12 @@ private:
             return;
         }
         Event* event = HasEvents() ? &m_events[m_count - 1] : nullptr;
-        if (!event || event->kind != Event::Kind::Text) { // else it joins the text before
-            event = &Push(Event::Kind::Text);
+        if (!event || event->kind != Event::Kind::Text || m_ready == m_count) {
+            event = &Push(Event::Kind::Text); // else it joins the text before
             event->text.clear();
         }
         event->text.insert(event->text.end(), characters, characters + length);
+        if (event->text.size() >= kTextPiece) m_ready = m_count; // a long text comes in pieces
     }
 
     xercesc::MemoryManager* m_memory;

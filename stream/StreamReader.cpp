@@ -1,26 +1,22 @@
-// A pull reader over Xerces' SAX2 scanner, parsing progressively, with the DOM readers' rules.
+// A pull reader: the library's own scanner for documents without a DOCTYPE, the parser's SAX2
+// scanner for the others, with the DOM readers' rules either way.
 #include "classxml/stream/StreamReader.h"
 
-#include <algorithm>
-#include <unordered_map>
-#include <vector>
+#include <bit>
+#include <cstring>
 
-#include <xercesc/dom/DOMException.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
-#include <xercesc/framework/XMLPScanToken.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
-#include <xercesc/util/OutOfMemoryException.hpp>
 
 #include "classxml/platform/Utf.h"
-#include "classxml/stream/EventReader.h"
-#include "classxml/stream/TextCollectors.h"
+#include "classxml/scanner/Route.h"
+#include "classxml/stream/ScannerEvents.h"
+#include "classxml/stream/StreamReaderImpl.h"
+#include "classxml/stream/XercesEvents.h"
 #include "classxml/valuetext/Families.h"
 #include "classxml/xmlio/DOMTreeErrorReporter.h"
 #include "classxml/xmlio/DiagnosticLog.h"
 #include "classxml/xmlio/DocumentInput.h"
-#include "classxml/xmlio/DocumentMemory.h"
-#include "classxml/xmlio/EntityPolicy.h"
-#include "classxml/xmlio/LimitedParser.h"
 #include "classxml/xmlio/Prolog.h"
 #include "classxml/xmlio/XercesIO.h"
 #include "classxml/xmlio/XercesText.h"
@@ -29,385 +25,328 @@ namespace classxml {
 namespace {
 
 using namespace xercesc;
-using parse_limits::Budget;
-using parse_limits::LimitExceeded;
-using stream_detail::EventReader;
-using Parser = parse_limits::Limited<EventReader>;
-using View = StreamReader::View;
+using stream_detail::EventSource;
+using Step = EventSource::Step;
 
-// The complaints of a memory parse, among the diagnostics only (a memory parse writes nothing to
-// standard error), as the DOM's memory parse records them: up to its first error, where the
-// DOM's stops. The reader stops there too, after the scanner's step, rather than throwing out
-// of Xerces, whose DTD scanner leaks what it holds when a handler throws.
-class MemoryParseErrors : public ErrorHandler {
+// How much of a document's start decides who reads it (scanner/Route.h).
+constexpr std::size_t kRouteBytes = 64 * 1024;
+
+StreamReader::Event EventOf(Step step) {
+    switch (step) {
+    case Step::StartElement:
+        return StreamReader::Event::StartElement;
+    case Step::EndElement:
+        return StreamReader::Event::EndElement;
+    case Step::Text:
+        return StreamReader::Event::Text;
+    case Step::End:
+        return StreamReader::Event::End;
+    default:
+        return StreamReader::Event::Error;
+    }
+}
+
+// The bytes of a document in memory, which the caller keeps until the reader is done.
+class MemoryBytes : public scanner::ByteSource {
 public:
-    void warning(const SAXParseException& exception) override {
-        Keep(Diagnostic::Severity::Warning, exception);
+    MemoryBytes(const void* bytes, std::size_t count)
+        : m_bytes(static_cast<const unsigned char*>(bytes)), m_left(count) {}
+    std::size_t Read(unsigned char* into, std::size_t capacity) override {
+        const std::size_t count = std::min(capacity, m_left);
+        std::memcpy(into, m_bytes, count);
+        m_bytes += count;
+        m_left -= count;
+        return count;
     }
-    void error(const SAXParseException& exception) override {
-        Keep(Diagnostic::Severity::Error, exception);
-    }
-    void fatalError(const SAXParseException& exception) override {
-        Keep(Diagnostic::Severity::FatalError, exception);
-    }
-    void resetErrors() override {}
-    bool Failed() const { return m_failed; }
 
 private:
-    void Keep(Diagnostic::Severity severity, const SAXParseException& exception) {
-        if (m_failed) return;
-        const XMLCh* source = exception.getSystemId();
-        diagnostics::Record(severity, source && *source ? source : CXercesIO::kMemoryBufferId,
-                            exception.getLineNumber(), exception.getColumnNumber(),
-                            exception.getMessage());
-        m_failed = severity != Diagnostic::Severity::Warning;
-    }
-
-    bool m_failed = false;
+    const unsigned char* m_bytes;
+    std::size_t m_left;
 };
 
-// UTF-8 of the current event's parts, converted when first asked for.
-std::string_view Converted(View text, std::string& into) {
-    into.clear();
-    platform::AppendUtf16ToUtf8(text, into);
-    return into;
+// The bytes of a file or of standard input.
+class InputBytes : public scanner::ByteSource {
+public:
+    explicit InputBytes(document_input::Source& source) : m_source(source) {}
+    std::size_t Read(unsigned char* into, std::size_t capacity) override {
+        return m_source.ReadNext(into, capacity);
+    }
+
+private:
+    document_input::Source& m_source;
+};
+
+// A file's bytes for the scanner, with the open file the parser reads again if need be.
+class FileBytes : public InputBytes {
+public:
+    FileBytes(std::unique_ptr<parse_limits::Budget> budget,
+              std::unique_ptr<document_memory::CountedMemory> memory,
+              std::unique_ptr<document_input::Source> source)
+        : InputBytes(*source), budget(std::move(budget)), memory(std::move(memory)),
+          source(std::move(source)) {}
+    std::unique_ptr<parse_limits::Budget> budget;
+    std::unique_ptr<document_memory::CountedMemory> memory;
+    std::unique_ptr<document_input::Source> source;
+};
+
+// A diagnostic of the scanner as the parser's own: for a file through the file parse's error
+// handler (standard error, unless quiet), for text among the diagnostics only.
+void ReportFile(const CBasicString<WideChar>& systemId, const std::string& message,
+                std::uint64_t line, std::uint64_t column) {
+    const CBasicString<WideChar> text = platform::Utf8ToUtf16(message);
+    DOMTreeErrorReporter reporter;
+    reporter.fatalError(SAXParseException(reinterpret_cast<const XMLCh*>(text.c_str()), nullptr,
+                                          reinterpret_cast<const XMLCh*>(systemId.c_str()), line,
+                                          column));
+}
+
+void ReportMemory(const std::string& message, std::uint64_t line, std::uint64_t column) {
+    const CBasicString<WideChar> text = platform::Utf8ToUtf16(message);
+    diagnostics::Record(Diagnostic::Severity::FatalError, CXercesIO::kMemoryBufferId, line, column,
+                        reinterpret_cast<const XMLCh*>(text.c_str()));
 }
 
 } // namespace
 
-class StreamReader::Impl {
-    using Kind = stream_detail::Event::Kind;
+void TextPieces::TakeUtf8(std::string_view piece) {
+    const CBasicString<WideChar> wide = platform::Utf8ToUtf16(piece);
+    Take(wide);
+}
 
-public:
-    Impl() { CXercesIO::StartEngine(); }
+StreamReader::Impl::Impl() { CXercesIO::StartEngine(); }
 
-    // A file or standard input: validated against its DTD, complaints to standard error, as
-    // ReadFromFile.
-    bool OpenInput(const CBasicString<WideChar>* path) {
-        if (m_state != State::New || (path && path->empty())) return Refuse();
-        Begin(0); // the limits grow as the input is read
-        auto source =
-            path ? std::make_unique<document_input::Source>(*path, *m_budget, m_memory.get())
-                 : std::make_unique<document_input::Source>(*m_budget, m_memory.get());
-        m_openError = source->OpenError();
-        m_sourceId = path ? *path : CBasicString<WideChar>(WIDE("standard input"));
-        CBasicString<WideChar> dtdDirectory = CXercesIO::GetDtdDirectory();
-        if (m_dtdFile && m_openError == 0) { // named by its file name, found in its folder
-            const std::size_t slash = m_dtdFile->find_last_of(WIDE("/\\"));
-            dtdDirectory =
-                slash == View::npos ? CBasicString<WideChar>() : m_dtdFile->substr(0, slash + 1);
-            const auto name = platform::Utf16ToUtf8(View(*m_dtdFile).substr(slash + 1));
-            if (!source->NameDtd(
-                    std::string_view(reinterpret_cast<const char*>(name.data()), name.size()))) {
-                diagnostics::Record(Diagnostic::Severity::FatalError,
-                                    xerces_text::Terminated(m_sourceId), 0, 0,
-                                    reinterpret_cast<const XMLCh*>(WIDE(
-                                        "no DTD can be named for the document: its prolog is not "
-                                        "well-formed, or longer than 1 MiB")));
-                return Refuse();
-            }
-        }
-        const std::vector<unsigned char>& head = source->Head(prolog::kPrologBytes);
-        const bool namesNoDtd =
-            !m_dtdFile && prolog::NamesNoDtd(prolog::Units::Sniffed(head.data(), head.size()));
-        m_fileErrors = std::make_unique<DOMTreeErrorReporter>();
-        m_resolver = std::make_unique<entity_policy::Resolver>(std::move(dtdDirectory),
-                                                               entity_policy::Missing::Reported);
-        return Start(true, namesNoDtd, std::move(source));
-    }
+StreamReader::Impl::~Impl() = default;
 
-    // Text: not validated, complaints among the diagnostics only, as ReadFromString.
-    bool OpenMemory(const void* bytes, std::size_t byteCount, const XMLCh* encoding,
-                    bool namesNoDtd) {
-        if (m_state != State::New || byteCount == 0) return Refuse();
-        Begin(byteCount);
-        m_memoryErrors = std::make_unique<MemoryParseErrors>();
-        m_resolver = std::make_unique<entity_policy::Resolver>(CXercesIO::GetDtdDirectory(),
-                                                               entity_policy::Missing::ReadsEmpty);
-        m_sourceId = CXercesIO::kMemoryBufferId;
-        auto source =
-            std::make_unique<MemBufInputSource>(static_cast<const XMLByte*>(bytes), byteCount,
-                                                CXercesIO::kMemoryBufferId, false, m_memory.get());
-        source->setEncoding(encoding);
-        source->setCopyBufToStream(false); // the caller keeps the text until the end
-        return Start(false, namesNoDtd, std::move(source));
-    }
+bool StreamReader::Impl::Refuse() {
+    Finish(Event::Error);
+    return false;
+}
 
-    Event Next() {
-        if (m_current)
-            m_parser->PopFront();
-        else if (m_state != State::Reading) // not yet opened, or done
-            return m_state == State::Done ? m_final : Finish(Event::Error);
-        m_current = false;
-        while (!m_parser->HasReady()) {
-            if (m_stopped || m_parser->Ended()) {
-                m_parser->MakeReady(); // a text cut off where the scan stopped
-                if (!m_parser->HasReady()) return Finish(Verdict());
-                break;
-            }
-            m_stopped = !Step();
-        }
-        m_current = true;
-        ++m_serial;
-        stream_detail::Event& event = m_parser->Front();
-        switch (event.kind) {
-        case Kind::StartElement:
-            ++m_depth;
-            return Event::StartElement;
-        case Kind::EndElement:
-            --m_depth;
-            return Event::EndElement;
-        default:
-            m_text.swap(event.text); // lives on until the next text
-            return Event::Text;
+StreamReader::Event StreamReader::Impl::Finish(Event final) {
+    m_state = State::Done;
+    m_final = final;
+    m_current = Event::Error;
+    return final;
+}
+
+bool StreamReader::Impl::OpenInput(const CBasicString<WideChar>* path) {
+    if (m_state != State::New || (path && path->empty())) return Refuse();
+    diagnostics::Begin();
+    m_state = State::Reading;
+    auto budget = std::make_unique<parse_limits::Budget>(0); // grows as the input is read
+    auto memory = std::make_unique<document_memory::CountedMemory>(*budget);
+    auto source = path ? std::make_unique<document_input::Source>(*path, *budget, memory.get())
+                       : std::make_unique<document_input::Source>(*budget, memory.get());
+    m_openError = source->OpenError();
+    const CBasicString<WideChar> sourceId =
+        path ? *path : CBasicString<WideChar>(WIDE("standard input"));
+    CBasicString<WideChar> dtdDirectory = CXercesIO::GetDtdDirectory();
+    if (m_dtdFile && m_openError == 0) { // named by its file name, found in its folder
+        const std::size_t slash = m_dtdFile->find_last_of(WIDE("/\\"));
+        dtdDirectory =
+            slash == View::npos ? CBasicString<WideChar>() : m_dtdFile->substr(0, slash + 1);
+        const auto name = platform::Utf16ToUtf8(View(*m_dtdFile).substr(slash + 1));
+        if (!source->NameDtd(platform::AsBytes(name))) {
+            diagnostics::Record(Diagnostic::Severity::FatalError, xerces_text::Terminated(sourceId),
+                                0, 0,
+                                reinterpret_cast<const XMLCh*>(
+                                    WIDE("no DTD can be named for the document: its prolog is not "
+                                         "well-formed, or longer than 1 MiB")));
+            return Refuse();
         }
     }
-
-    // Passes over text, holding none of it.
-    Event NextTag() {
-        if (!m_parser) return Next(); // not reading: answers as Next does
-        m_parser->SendText(nullptr, 0);
-        Event event;
-        while ((event = Next()) == Event::Text) {
-        }
+    const std::vector<unsigned char>& head = source->Head(kRouteBytes);
+    const auto route = m_dtdFile || m_openError != 0 || m_parserOnly
+                           ? std::nullopt
+                           : scanner::RouteOf(head.data(), head.size());
+    if (route) {
+        const CBasicString<WideChar> systemId(xerces_text::ViewOf(source->getSystemId()));
+        auto bytes =
+            std::make_unique<FileBytes>(std::move(budget), std::move(memory), std::move(source));
+        FileBytes& file = *bytes;
+        m_reportBroken = [systemId](const std::string& message, std::uint64_t line,
+                                    std::uint64_t column) {
+            ReportFile(systemId, message, line, column);
+        };
+        m_restart = [&file, sourceId,
+                     dtdDirectory]() -> std::unique_ptr<stream_detail::XercesEvents> {
+            stream_detail::ParserInput input;
+            input.budget = std::make_unique<parse_limits::Budget>(0);
+            input.memory = std::make_unique<document_memory::CountedMemory>(*input.budget);
+            auto again = file.source->Restarted(*input.budget, input.memory.get());
+            if (!again) return nullptr;
+            input.source = std::move(again);
+            input.sourceId = sourceId;
+            input.file = true;
+            input.namesNoDtd = true;
+            input.dtdDirectory = dtdDirectory;
+            return std::make_unique<stream_detail::XercesEvents>(std::move(input));
+        };
+        m_source = std::make_unique<stream_detail::ScannerEvents>(
+            std::move(bytes), *route,
+            [report = m_reportBroken](const scanner::Scanner::Failure& failure) {
+                report(failure.message, failure.place.line, failure.place.column);
+            });
         RestoreText();
-        return event;
-    }
-
-    // From a start tag to its end tag; the element's own text goes to `pieces` (null: dropped).
-    bool ReadToEnd(TextPieces* pieces) {
-        if (!m_current || m_parser->Front().kind != Kind::StartElement) return false;
-        const std::size_t inside = m_depth;
-        m_parser->SendText(pieces, inside);
-        bool ended = false;
-        for (bool reading = true; reading;) {
-            switch (Next()) {
-            case Event::Text: // queued before the text went to `pieces`
-                if (pieces && m_depth == inside) pieces->Take(TextView());
-                break;
-            case Event::EndElement:
-                ended = m_depth == inside - 1;
-                reading = !ended;
-                break;
-            case Event::StartElement:
-                break;
-            default:
-                reading = false;
-            }
-        }
-        RestoreText();
-        return ended;
-    }
-
-    template <class Collector, class Text>
-    bool ReadTextInto(Text& text) {
-        Collector collector(text);
-        const bool ended = ReadToEnd(&collector);
-        collector.Finish();
-        return ended;
-    }
-
-    template <class Value>
-    bool ReadValue(Value& value, const char* type) {
-        m_valueProblem.clear();
-        stream_detail::ValueText text;
-        if (!ReadToEnd(&text)) {
-            m_valueProblem = "expected " + std::string(type) + ", found the document ending";
-            return false;
-        }
-        const std::optional<Value> parsed = text.Parse<Value>();
-        if (!parsed) {
-            m_valueProblem = "expected " + std::string(type) + ", found " + text.Quoted();
-            return false;
-        }
-        value = *parsed;
         return true;
     }
+    const bool namesNoDtd =
+        !m_dtdFile && prolog::NamesNoDtd(prolog::Units::Sniffed(head.data(), head.size()));
+    stream_detail::ParserInput input{
+        std::move(budget), std::move(memory),      std::move(source), sourceId, true,
+        namesNoDtd,        std::move(dtdDirectory)};
+    auto parser = std::make_unique<stream_detail::XercesEvents>(std::move(input));
+    const bool started = parser->Started();
+    m_source = std::move(parser);
+    RestoreText(); // where SetTextPieces sent it before the reading started
+    return started;
+}
 
-    void SetTextPieces(TextPieces* pieces) {
-        m_userPieces = pieces;
+bool StreamReader::Impl::OpenMemory(const void* bytes, std::size_t byteCount, bool utf16) {
+    if (m_state != State::New || byteCount == 0) return Refuse();
+    diagnostics::Begin();
+    m_state = State::Reading;
+    const auto makeParser = [bytes, byteCount, utf16](bool namesNoDtd) {
+        stream_detail::ParserInput input;
+        input.budget = std::make_unique<parse_limits::Budget>(byteCount);
+        input.memory = std::make_unique<document_memory::CountedMemory>(*input.budget);
+        auto source = std::make_unique<MemBufInputSource>(static_cast<const XMLByte*>(bytes),
+                                                          byteCount, CXercesIO::kMemoryBufferId,
+                                                          false, input.memory.get());
+        source->setEncoding(utf16 ? XMLUni::fgUTF16EncodingString : XMLUni::fgUTF8EncodingString);
+        source->setCopyBufToStream(false); // the caller keeps the text until the end
+        input.source = std::move(source);
+        input.sourceId = CXercesIO::kMemoryBufferId;
+        input.namesNoDtd = namesNoDtd;
+        input.dtdDirectory = CXercesIO::GetDtdDirectory();
+        return std::make_unique<stream_detail::XercesEvents>(std::move(input));
+    };
+    const auto* head = static_cast<const unsigned char*>(bytes);
+    constexpr auto kNative = std::endian::native == std::endian::little
+                                 ? scanner::Encoding::Utf16Little
+                                 : scanner::Encoding::Utf16Big;
+    const auto route = m_parserOnly ? std::nullopt
+                                    : scanner::RouteOf(head, std::min(byteCount, kRouteBytes),
+                                                       utf16 ? kNative : scanner::Encoding::Utf8);
+    if (route) {
+        m_reportBroken = ReportMemory;
+        m_restart = [makeParser] { return makeParser(true); };
+        m_source = std::make_unique<stream_detail::ScannerEvents>(
+            std::make_unique<MemoryBytes>(bytes, byteCount), *route,
+            [](const scanner::Scanner::Failure& failure) {
+                ReportMemory(failure.message, failure.place.line, failure.place.column);
+            });
         RestoreText();
+        return true;
     }
+    const bool namesNoDtd =
+        utf16 ? prolog::NamesNoDtd(
+                    prolog::Units::Utf16({static_cast<const WideChar*>(bytes), byteCount / 2}))
+              : prolog::NamesNoDtd(
+                    prolog::Units::Utf8({static_cast<const char8_t*>(bytes), byteCount}));
+    auto parser = makeParser(namesNoDtd);
+    const bool started = parser->Started();
+    m_source = std::move(parser);
+    RestoreText();
+    return started;
+}
 
-    stream_detail::Event* Current() const { return m_current ? &m_parser->Front() : nullptr; }
-    const stream_detail::Event* CurrentOf(Kind kind) const {
-        const stream_detail::Event* event = Current();
-        return event && event->kind == kind ? event : nullptr;
-    }
-    // The current start or end tag's name.
-    const stream_detail::EventReader::KnownName* ElementName() const {
-        const stream_detail::Event* event = Current();
-        return event && event->kind != Kind::Text ? &m_parser->NameOf(*event->element) : nullptr;
-    }
-    std::size_t Depth() const { return m_depth; }
-    const XMLCh* DocTypeName() const { return m_parser ? m_parser->DocTypeName() : nullptr; }
-    const stream_detail::DocType* DocType() const {
-        return m_parser ? &m_parser->DocType() : nullptr;
-    }
-    void ValidateAgainst(View dtdFile) { m_dtdFile.emplace(dtdFile); }
-    int OpenError() const { return m_openError; }
-    const std::string& ValueProblem() const { return m_valueProblem; }
-    View TextView() const { return View(m_text.data(), m_text.size()); }
+// Character data goes where the application asked for it.
+void StreamReader::Impl::RestoreText() {
+    if (!m_source) return; // not reading: set when it starts
+    if (m_userPieces)
+        m_source->SendText(m_userPieces, 0);
+    else
+        m_source->QueueText();
+}
 
-    std::string_view NameUtf8(const XMLCh* name) {
-        auto [entry, added] = m_names.try_emplace(name);
-        if (added) Converted(xerces_text::ViewOf(name), entry->second);
-        return entry->second;
+EventSource::Step StreamReader::Impl::Fallback() {
+    auto* scanner = static_cast<stream_detail::ScannerEvents*>(m_source.get());
+    std::unique_ptr<stream_detail::XercesEvents> parser = m_restart ? m_restart() : nullptr;
+    if (!parser) { // read once, as it came: the place of the bytes is the error's
+        const scanner::Scanner::Failure& broken = scanner->BrokenHere();
+        m_reportBroken(broken.message, broken.place.line, broken.place.column);
+        return Step::Error;
     }
-    std::string_view AttributeUtf8(std::size_t index, View value) {
-        if (m_attributesSerial != m_serial) m_attributesConverted.clear();
-        m_attributesSerial = m_serial;
-        if (m_attributes.size() <= index) m_attributes.resize(index + 1);
-        if (m_attributesConverted.size() <= index) m_attributesConverted.resize(index + 1, false);
-        if (!m_attributesConverted[index]) Converted(value, m_attributes[index]);
-        m_attributesConverted[index] = true;
-        return m_attributes[index];
+    parser->QueueText();
+    Step step = Step::Error;
+    for (std::uint64_t tags = scanner->TagsDelivered(); tags > 0;) {
+        step = parser->Next();
+        if (step == Step::StartElement || step == Step::EndElement) --tags;
+        if (step == Step::End || step == Step::Error) return step; // cannot be
     }
-    std::string_view TextUtf8() {
-        if (m_textSerial != m_serial) Converted(TextView(), m_textUtf8);
-        m_textSerial = m_serial;
-        return m_textUtf8;
-    }
-
-private:
-    enum class State { New, Reading, Done };
-
-    bool Refuse() {
-        Finish(Event::Error);
-        return false;
-    }
-
-    Event Finish(Event final) {
-        m_state = State::Done;
-        m_final = final;
-        m_current = false;
-        return final;
-    }
-
-    // Character data goes where the application asked for it.
-    void RestoreText() {
-        if (!m_parser) return; // not reading: set when it starts
-        if (m_userPieces)
-            m_parser->SendText(m_userPieces, 0);
-        else
-            m_parser->QueueText();
-    }
-
-    void Begin(std::uint64_t inputBytes) {
-        diagnostics::Begin();
-        m_state = State::Reading;
-        m_budget = std::make_unique<Budget>(inputBytes);
-        m_memory = std::make_unique<document_memory::CountedMemory>(*m_budget);
-    }
-
-    bool Start(bool validate, bool namesNoDtd, std::unique_ptr<InputSource> source) {
-        m_source = std::move(source);
-        const bool started = Stepped([&] {
-            m_parser = std::make_unique<Parser>(*m_budget, m_memory.get());
-            RestoreText(); // where SetTextPieces sent it before the reading started
-            // A document that names no DTD has nothing to validate and no entities: the scanner
-            // for well-formedness alone reads it the same, faster.
-            m_parser->ChooseScanner(namesNoDtd);
-            m_parser->setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
-            m_parser->setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
-            m_parser->setFeature(XMLUni::fgSAX2CoreValidation, validate);
-            m_parser->setFeature(XMLUni::fgXercesDynamic, true); // only what names a DTD
-            m_parser->setFeature(XMLUni::fgXercesSchema, false);
-            m_parser->setFeature(XMLUni::fgXercesSchemaFullChecking, false);
-            m_parser->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
-            m_parser->setProperty(XMLUni::fgXercesSecurityManager, entity_policy::ExpansionLimit());
-            m_parser->setErrorHandler(m_fileErrors ? static_cast<ErrorHandler*>(m_fileErrors.get())
-                                                   : m_memoryErrors.get());
-            m_parser->setEntityResolver(m_resolver.get());
-            return m_parser->parseFirst(*m_source, m_token);
-        });
-        m_stopped = !started;
-        return started;
-    }
-
-    // One step of the scanner; false when it stopped.
-    bool Step() {
-        return Stepped([&] { return m_parser->parseNext(m_token); });
-    }
-
-    // Runs a part of the parse; false when it ended in an error, which is then among the
-    // diagnostics (and, for files, on standard error). The parse's memory counts against its
-    // budget through its own memory manager.
-    template <class Part>
-    bool Stepped(Part part) {
-        try {
-            const bool going = part();
-            if (m_memoryErrors && m_memoryErrors->Failed()) { // stops at its first error
-                m_failed = true;
-                return false;
-            }
-            if (going) return true;
-            m_failed = m_failed || !m_parser->Ended(); // the scanner stopped at a fatal error
-            return false;
-        } catch (const LimitExceeded&) {
-            ReportStop();
-        } catch (const DOMException& exception) { // what the DOM readers refuse, see EventReader
-            if (!m_memoryErrors || !m_memoryErrors->Failed())
-                diagnostics::Record(Diagnostic::Severity::FatalError, m_sourceId.c_str(), 0, 0,
-                                    exception.getMessage());
-        } catch (const OutOfMemoryException&) {
-            if (m_parser && m_budget->MemoryExceeded()) {
-                m_parser->StopHere(parse_limits::kTooLarge);
-                ReportStop();
-            }
-        } catch (...) {
+    for (std::uint64_t units = scanner->TextUnitsSinceTag(); units > 0;) {
+        step = parser->Next();
+        if (step != Step::Text) {
+            parser->RepeatCurrent();
+            break;
         }
-        m_failed = true;
-        return false;
+        const std::size_t size = parser->Text().size();
+        if (size > units) {
+            parser->DropTextPrefix(std::size_t(units));
+            parser->RepeatCurrent();
+            break;
+        }
+        units -= size;
     }
+    m_source = std::move(parser);
+    RestoreText();
+    return m_source->Next();
+}
 
-    // Where and why a limit stopped the parse, as the parser reports its own errors; a memory
-    // parse reports nothing after its first error.
-    void ReportStop() {
-        const SAXParseException stop = m_parser->StopReport();
-        if (m_fileErrors)
-            m_fileErrors->fatalError(stop);
-        else
-            m_memoryErrors->fatalError(stop);
+StreamReader::Event StreamReader::Impl::Next() {
+    if (m_state != State::Reading) // not yet opened, or done
+        return m_state == State::Done ? m_final : Finish(Event::Error);
+    Step step = m_source->Next();
+    if (step == Step::Broken) step = Fallback();
+    m_current = EventOf(step);
+    switch (step) {
+    case Step::StartElement:
+        ++m_depth;
+        return m_current;
+    case Step::EndElement:
+        --m_depth;
+        return m_current;
+    case Step::Text:
+        return m_current;
+    default:
+        return Finish(m_current);
     }
+}
 
-    // Accepted when the scanner reached the end without an error; a file's validity errors
-    // let it go on to the end, as they do in ReadFromFile.
-    Event Verdict() const {
-        if (m_failed || !m_parser->Ended() || (m_fileErrors && m_fileErrors->getSawErrors()))
-            return Event::Error;
-        return Event::End;
+StreamReader::Event StreamReader::Impl::NextTag() {
+    if (!m_source) return Next(); // not reading: answers as Next does
+    m_source->SendText(nullptr, 0);
+    Event event;
+    while ((event = Next()) == Event::Text) {
     }
+    RestoreText();
+    return event;
+}
 
-    State m_state = State::New;
-    Event m_final = Event::Error;
-    std::unique_ptr<Budget> m_budget;
-    std::unique_ptr<document_memory::CountedMemory> m_memory; // of everything the parse makes
-    std::unique_ptr<DOMTreeErrorReporter> m_fileErrors;       // when reading a file
-    std::unique_ptr<MemoryParseErrors> m_memoryErrors;        // when reading text
-    std::unique_ptr<EntityResolver> m_resolver;
-    std::unique_ptr<InputSource> m_source;
-    std::unique_ptr<Parser> m_parser;
-    CBasicString<WideChar> m_sourceId; // the file's path, or the buffer id
-    XMLPScanToken m_token;
-    int m_openError = 0;
-    std::optional<CBasicString<WideChar>> m_dtdFile; // validate against it, not the named one
-    bool m_current = false;                          // the front event is the current one
-    bool m_failed = false;
-    bool m_stopped = false; // the scanner stopped: it must not be stepped again
-    std::size_t m_depth = 0;
-    TextPieces* m_userPieces = nullptr;
-    std::vector<WideChar> m_text; // of the last Text event
-    std::string m_valueProblem;
-    // UTF-8 forms: names by their declaration, which lasts the document; the rest by event.
-    std::uint64_t m_serial = 0; // of the current event
-    std::unordered_map<const XMLCh*, std::string> m_names;
-    std::vector<std::string> m_attributes;
-    std::vector<bool> m_attributesConverted;
-    std::uint64_t m_attributesSerial = 0;
-    std::string m_textUtf8;
-    std::uint64_t m_textSerial = 0;
-};
+bool StreamReader::Impl::ReadToEnd(TextPieces* pieces) {
+    if (m_current != Event::StartElement) return false;
+    const std::size_t inside = m_depth;
+    m_source->SendText(pieces, inside);
+    bool ended = false;
+    for (bool reading = true; reading;) {
+        switch (Next()) {
+        case Event::Text: // queued before the text went to `pieces`
+            if (pieces && m_depth == inside) m_source->HandText(*pieces);
+            break;
+        case Event::EndElement:
+            ended = m_depth == inside - 1;
+            reading = !ended;
+            break;
+        case Event::StartElement:
+            break;
+        default:
+            reading = false;
+        }
+    }
+    RestoreText();
+    return ended;
+}
 
 StreamReader::StreamReader() : m_impl(std::make_unique<Impl>()) {}
 
@@ -420,16 +359,16 @@ bool StreamReader::OpenFile(View path) {
 
 bool StreamReader::OpenStandardInput() { return m_impl->OpenInput(nullptr); }
 
-bool StreamReader::OpenString(std::string_view utf8) { return OpenString(platform::AsUtf8(utf8)); }
+bool StreamReader::OpenString(std::string_view utf8) {
+    return m_impl->OpenMemory(utf8.data(), utf8.size(), false);
+}
 
 bool StreamReader::OpenString(CBasicStringView<char8_t> utf8) {
-    return m_impl->OpenMemory(utf8.data(), utf8.size(), XMLUni::fgUTF8EncodingString,
-                              prolog::NamesNoDtd(prolog::Units::Utf8(utf8)));
+    return OpenString(platform::AsBytes(utf8));
 }
 
 bool StreamReader::OpenString(View utf16) {
-    return m_impl->OpenMemory(utf16.data(), 2 * utf16.size(), XMLUni::fgUTF16EncodingString,
-                              prolog::NamesNoDtd(prolog::Units::Utf16(utf16)));
+    return m_impl->OpenMemory(utf16.data(), 2 * utf16.size(), true);
 }
 
 int StreamReader::OpenError() const { return m_impl->OpenError(); }
@@ -460,97 +399,77 @@ const std::string& StreamReader::ValueProblem() const { return m_impl->ValueProb
 
 void StreamReader::SetTextPieces(TextPieces* pieces) { m_impl->SetTextPieces(pieces); }
 
-View StreamReader::Name() const {
-    const auto* name = m_impl->ElementName();
-    return name ? View(reinterpret_cast<const WideChar*>(name->name), name->length) : View();
+StreamReader::View StreamReader::Name() const {
+    auto* source = m_impl->CurrentTag();
+    return source ? source->Name() : View();
 }
 
 std::string_view StreamReader::NameUtf8() const {
-    const auto* name = m_impl->ElementName();
-    return name ? m_impl->NameUtf8(name->name) : std::string_view();
+    auto* source = m_impl->CurrentTag();
+    return source ? source->NameUtf8() : std::string_view();
 }
 
 std::size_t StreamReader::AttributeCount() const {
-    const auto* event = m_impl->CurrentOf(stream_detail::Event::Kind::StartElement);
-    return event ? event->attributeCount : 0;
+    auto* source = m_impl->Current(Event::StartElement);
+    return source ? source->AttributeCount() : 0;
 }
 
-View StreamReader::AttributeName(std::size_t index) const {
+StreamReader::View StreamReader::AttributeName(std::size_t index) const {
     if (index >= AttributeCount()) return {};
-    return xerces_text::ViewOf(m_impl->Current()->AttributeAt(index).name);
+    return m_impl->Source()->AttributeName(index);
 }
 
-View StreamReader::AttributeValue(std::size_t index) const {
+StreamReader::View StreamReader::AttributeValue(std::size_t index) const {
     if (index >= AttributeCount()) return {};
-    return xerces_text::ViewOf(m_impl->Current()->AttributeAt(index).value);
+    return m_impl->Source()->AttributeValue(index);
 }
 
-namespace {
-
-// The index of the attribute `name` (UTF-16 or ASCII-compatible UTF-8), or the count when there
-// is none. Most candidates differ in their first unit.
-template <class Name>
-std::size_t IndexOf(const stream_detail::Event& event, Name name) {
-    using Unit = std::make_unsigned_t<typename Name::value_type>;
-    if (name.empty()) return event.attributeCount; // no attribute is unnamed
-    const auto unitAt = [&](std::size_t i) { return XMLCh(static_cast<Unit>(name[i])); };
-    for (std::size_t i = 0; i < event.attributeCount; ++i) {
-        const XMLCh* candidate = event.AttributeAt(i).name;
-        if (candidate[0] != unitAt(0)) continue;
-        std::size_t same = 1;
-        while (same < name.size() && candidate[same] == unitAt(same) && candidate[same] != 0)
-            ++same;
-        if (same == name.size() && candidate[same] == 0) return i;
-    }
-    return event.attributeCount;
-}
-
-} // namespace
-
-std::optional<View> StreamReader::Attribute(View name) const {
-    const auto* event = m_impl->CurrentOf(stream_detail::Event::Kind::StartElement);
-    if (!event) return std::nullopt;
-    const std::size_t index = IndexOf(*event, name);
-    if (index == event->attributeCount) return std::nullopt;
-    return xerces_text::ViewOf(event->AttributeAt(index).value);
+std::optional<StreamReader::View> StreamReader::Attribute(View name) const {
+    auto* source = m_impl->Current(Event::StartElement);
+    if (!source) return std::nullopt;
+    const std::size_t index = source->IndexOf(name);
+    if (index == source->AttributeCount()) return std::nullopt;
+    return source->AttributeValue(index);
 }
 
 std::optional<std::string_view> StreamReader::AttributeUtf8(std::string_view name) const {
-    const auto* event = m_impl->CurrentOf(stream_detail::Event::Kind::StartElement);
-    if (!event) return std::nullopt;
-    const bool ascii = std::all_of(name.begin(), name.end(),
-                                   [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-    const std::size_t index =
-        ascii ? IndexOf(*event, name) : IndexOf(*event, View(platform::Utf8ToUtf16(name)));
-    if (index == event->attributeCount) return std::nullopt;
-    return m_impl->AttributeUtf8(index, xerces_text::ViewOf(event->AttributeAt(index).value));
+    auto* source = m_impl->Current(Event::StartElement);
+    if (!source) return std::nullopt;
+    const std::size_t index = source->IndexOfUtf8(name);
+    if (index == source->AttributeCount()) return std::nullopt;
+    return source->AttributeValueUtf8(index);
 }
 
-View StreamReader::Text() const {
-    return m_impl->CurrentOf(stream_detail::Event::Kind::Text) ? m_impl->TextView() : View();
+StreamReader::View StreamReader::Text() const {
+    auto* source = m_impl->Current(Event::Text);
+    return source ? source->Text() : View();
 }
 
 std::string_view StreamReader::TextUtf8() const {
-    return m_impl->CurrentOf(stream_detail::Event::Kind::Text) ? m_impl->TextUtf8()
-                                                               : std::string_view();
+    auto* source = m_impl->Current(Event::Text);
+    return source ? source->TextUtf8() : std::string_view();
 }
 
 std::size_t StreamReader::Depth() const { return m_impl->Depth(); }
 
-View StreamReader::DocTypeName() const { return xerces_text::ViewOf(m_impl->DocTypeName()); }
-
-View StreamReader::DocTypePublicId() const {
-    return m_impl->DocType() ? View(m_impl->DocType()->publicId) : View();
+StreamReader::View StreamReader::DocTypeName() const {
+    return m_impl->Source() ? m_impl->Source()->DocTypeName() : View();
 }
 
-View StreamReader::DocTypeSystemId() const {
-    return m_impl->DocType() ? View(m_impl->DocType()->systemId) : View();
+StreamReader::View StreamReader::DocTypePublicId() const {
+    return m_impl->Source() ? m_impl->Source()->DocTypePublicId() : View();
+}
+
+StreamReader::View StreamReader::DocTypeSystemId() const {
+    return m_impl->Source() ? m_impl->Source()->DocTypeSystemId() : View();
 }
 
 bool StreamReader::DocTypeHasInternalSubset() const {
-    return m_impl->DocType() && m_impl->DocType()->internalSubset;
+    return m_impl->Source() && m_impl->Source()->DocTypeHasInternalSubset();
 }
 
 void StreamReader::ValidateAgainst(View dtdFile) { m_impl->ValidateAgainst(dtdFile); }
+
+void StreamReader::ReadWithParser() { m_impl->ReadWithParser(); }
 
 } // namespace classxml

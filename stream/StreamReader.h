@@ -22,6 +22,9 @@ public:
     /// One piece of character data, in document order; the view dies when Take returns. A
     /// surrogate pair may be split between two pieces.
     virtual void Take(CBasicStringView<WideChar> piece) = 0;
+    /// The same in UTF-8, whole characters, as the library's own scanner reads most documents;
+    /// by default converted and given to Take.
+    virtual void TakeUtf8(std::string_view piece);
 
 protected:
     ~TextPieces() = default;
@@ -95,6 +98,11 @@ public:
     /// 0, or the system's error number when OpenFile could not open its file
     /// (platform::ErrorText gives it in words).
     int OpenError() const;
+    /// @cond INTERNAL
+    // Reads the document that opens next with the parser alone, never with the library's own
+    // scanner: what the scanner is compared against.
+    void ReadWithParser();
+    /// @endcond
 
     /// The next event. After End or Error every call answers the same again.
     Event Next();

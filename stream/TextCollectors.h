@@ -70,10 +70,16 @@ public:
         m_text.Append(reinterpret_cast<const typename String::value_type*>(piece.data()),
                       piece.size());
     }
+    void TakeUtf8(std::string_view piece) override {
+        m_converted.clear();
+        platform::AppendUtf8ToUtf16(platform::AsUtf8(piece), m_converted);
+        Take(m_converted);
+    }
     void Finish() { m_text.Finish(); }
 
 private:
     Assembled<String> m_text;
+    CBasicString<WideChar> m_converted; // a piece of UTF-8
 };
 
 // A text in UTF-8, converted as it is read: a surrogate pair split between two pieces waits
@@ -101,6 +107,11 @@ public:
             Append(piece.substr(0, slice));
             piece.remove_prefix(slice);
         }
+    }
+    // Whole characters of UTF-8 go in as they are.
+    void TakeUtf8(std::string_view piece) override {
+        if (m_waiting) Append({&m_waiting, 1}), m_waiting = 0; // unpaired: U+FFFD
+        m_text.Append(piece.data(), piece.size());
     }
     void Finish() {
         if (m_waiting) Append({&m_waiting, 1}); // unpaired: U+FFFD
@@ -137,6 +148,18 @@ public:
         const std::size_t kept = std::min(piece.size(), kLongest - std::min(kLongest, m_length));
         std::copy_n(piece.data(), kept, m_text + m_length);
         m_length += piece.size();
+    }
+    // A number is ASCII: taken a byte a unit; anything else is converted, for the message.
+    void TakeUtf8(std::string_view piece) override {
+        if (std::all_of(piece.begin(), piece.end(),
+                        [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+            const std::size_t kept =
+                std::min(piece.size(), kLongest - std::min(kLongest, m_length));
+            std::copy_n(piece.data(), kept, m_text + m_length);
+            m_length += piece.size();
+            return;
+        }
+        TextPieces::TakeUtf8(piece);
     }
 
     // The value, when the whole text is one value of its type.

@@ -36,7 +36,10 @@ public:
         if (m_source.m_ended) return 0;
         int error = 0;
         const std::int64_t got =
-            platform::ReadFile(m_source.m_descriptor, toFill, maxToRead, error);
+            m_source.m_fromStart
+                ? platform::ReadFileAt(m_source.m_descriptor, std::int64_t(m_position), toFill,
+                                       maxToRead, error)
+                : platform::ReadFile(m_source.m_descriptor, toFill, maxToRead, error);
         if (got <= 0) return 0; // the end, or an error the parser then takes for the end
         m_source.m_budget.Arrived(std::uint64_t(got));
         m_position += std::size_t(got);
@@ -89,6 +92,36 @@ bool Source::NameDtd(std::string_view systemId) {
             return outcome == doctype_override::Outcome::Rewritten;
         if (count >= kMostHead) return false;
     }
+}
+
+std::size_t Source::ReadNext(unsigned char* into, std::size_t capacity) {
+    if (m_readNext < m_head.size()) {
+        const std::size_t count =
+            std::min<std::size_t>(capacity, m_head.size() - std::size_t(m_readNext));
+        std::memcpy(into, m_head.data() + m_readNext, count);
+        m_readNext += count;
+        return count;
+    }
+    if (m_ended || m_descriptor < 0) return 0;
+    int error = 0;
+    const std::int64_t got = platform::ReadFile(m_descriptor, into, capacity, error);
+    if (got <= 0) return 0; // the end, or an error taken for it
+    m_budget.Arrived(std::uint64_t(got));
+    m_readNext += std::uint64_t(got);
+    return std::size_t(got);
+}
+
+std::unique_ptr<Source> Source::Restarted(parse_limits::Budget& budget,
+                                          xercesc::MemoryManager* memory) {
+    if (m_descriptor < 0 || platform::KindOf(m_descriptor) != platform::FileKind::Regular)
+        return nullptr;
+    auto restarted = std::unique_ptr<Source>(new Source(budget, memory));
+    restarted->setSystemId(getSystemId());
+    restarted->m_descriptor = m_descriptor;
+    restarted->m_ownsDescriptor = m_ownsDescriptor;
+    restarted->m_fromStart = true;
+    m_ownsDescriptor = false;
+    return restarted;
 }
 
 xercesc::BinInputStream* Source::makeStream() const {

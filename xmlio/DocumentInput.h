@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,6 +46,14 @@ public:
 
     xercesc::BinInputStream* makeStream() const override;
 
+    // The bytes in order, for a reader other than the parser: up to `capacity` into `into`;
+    // 0 at the end.
+    std::size_t ReadNext(unsigned char* into, std::size_t capacity);
+    // The same document read again from its start, by the parser: for a regular file only (the
+    // same open file, whatever has happened to its path since), which then belongs to the new
+    // source; null for anything else.
+    std::unique_ptr<Source> Restarted(parse_limits::Budget& budget, xercesc::MemoryManager* memory);
+
 private:
     class Stream;
 
@@ -54,6 +63,8 @@ private:
     parse_limits::Budget& m_budget;
     std::vector<unsigned char> m_head; // read ahead, given to the parser first
     bool m_ended = false;              // the head reached the end of the input
+    std::uint64_t m_readNext = 0;      // how far ReadNext has read
+    bool m_fromStart = false;          // read by offset from the start (a restarted source)
 };
 
 // The text of an open error for people: "cannot open "<path>": no such file".
