@@ -106,14 +106,10 @@ std::optional<Route> RouteOf(const unsigned char* head, std::size_t size,
         route = {Encoding::Utf16Little, 2, 0};
     } else if (size >= 2 && head[0] == 0xFE && head[1] == 0xFF) {
         route = {Encoding::Utf16Big, 2, 0};
-    } else if (size >= 4 && head[0] == '<' && head[1] == 0 && head[2] == '?' && head[3] == 0) {
-        route = {Encoding::Utf16Little, 0, 0};
-    } else if (size >= 4 && head[0] == 0 && head[1] == '<' && head[2] == 0 && head[3] == '?') {
-        route = {Encoding::Utf16Big, 0, 0};
+    } else if (size >= 2 && (head[0] == 0 || head[1] == 0)) {
+        return std::nullopt; // UTF-16 without a mark, UCS-4, EBCDIC: as the parser makes out
     } else if (size >= 3 && head[0] == 0xEF && head[1] == 0xBB && head[2] == 0xBF) {
         route = {Encoding::Utf8, 3, 0};
-    } else if (size >= 1 && head[0] == 0) {
-        return std::nullopt; // UCS-4 or EBCDIC
     }
     const prolog::Units units =
         route.encoding == Encoding::Utf8

@@ -187,6 +187,17 @@ std::size_t Scanner::NameLength() {
 
 Token Scanner::Fail(std::string message, unsigned unitsBack) {
     if (m_input.Broken()) return Stop(); // the parser would fail before it gets here
+    // The parser's messages hold at most 2047 UTF-16 units, a long name cut short.
+    constexpr std::size_t kMostUnits = 2047;
+    std::size_t units = 0, cut = 0;
+    while (cut < message.size() && units < kMostUnits) {
+        const auto byte = static_cast<unsigned char>(message[cut]);
+        const std::size_t length = byte < 0x80 ? 1 : byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : 2;
+        if (units + (length == 4 ? 2 : 1) > kMostUnits) break;
+        units += length == 4 ? 2 : 1;
+        cut += length;
+    }
+    message.resize(std::min(cut, message.size()));
     m_failure = {m_input.PlaceOf(m_at), std::move(message)};
     m_failure.place.column -= unitsBack;
     m_where = Place_::Done;

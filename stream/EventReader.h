@@ -206,7 +206,9 @@ private:
             event->text.clear();
         }
         event->text.insert(event->text.end(), characters, characters + length);
-        if (event->text.size() >= kTextPiece) m_ready = m_count; // a long text comes in pieces
+        // A long text comes in pieces, never between the halves of a surrogate pair.
+        if (event->text.size() >= kTextPiece && (event->text.back() & 0xFC00) != 0xD800)
+            m_ready = m_count;
     }
 
     xercesc::MemoryManager* m_memory;

@@ -25,7 +25,21 @@ public:
     XMLFilePos curPos() const override { return m_position; }
     const XMLCh* getContentType() const override { return nullptr; }
 
+    // Every request is filled, up to the end of the document: the parser decodes its bytes a
+    // request at a time, and where an ill-formed sequence is reported depends on where those
+    // requests begin, which is then the same for a file and a pipe, however the head was read.
     XMLSize_t readBytes(XMLByte* const toFill, const XMLSize_t maxToRead) override {
+        XMLSize_t filled = 0;
+        while (filled < maxToRead) {
+            const XMLSize_t got = ReadSome(toFill + filled, maxToRead - filled);
+            if (got == 0) break;
+            filled += got;
+        }
+        return filled;
+    }
+
+private:
+    XMLSize_t ReadSome(XMLByte* const toFill, const XMLSize_t maxToRead) {
         const std::vector<unsigned char>& head = m_source.m_head;
         if (m_position < head.size()) {
             const std::size_t count = std::min<std::size_t>(maxToRead, head.size() - m_position);
@@ -46,7 +60,6 @@ public:
         return XMLSize_t(got);
     }
 
-private:
     const Source& m_source;
     std::size_t m_position = 0;
 };
