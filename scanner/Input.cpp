@@ -7,8 +7,8 @@
 namespace classxml::scanner {
 namespace {
 
-// How much is read from the source at a time.
-constexpr std::size_t kBlock = 128 * 1024;
+// How much is read from the source (or checked in place) at a time.
+constexpr std::size_t kBlock = 256 * 1024;
 
 // The length of a well-formed UTF-8 sequence from its first bytes (Unicode's table of legal
 // sequences), or 0 when the bytes cannot start one; `available` of them are there.
@@ -55,19 +55,40 @@ bool AllAscii(const unsigned char* at) {
     return (word & 0x8080808080808080ULL) == 0;
 }
 
+// Thirty-two bytes at once.
+bool AllAscii32(const unsigned char* at) {
+    std::uint64_t words[4];
+    std::memcpy(words, at, sizeof words);
+    return ((words[0] | words[1] | words[2] | words[3]) & 0x8080808080808080ULL) == 0;
+}
+
 } // namespace
 
 Input::Input(ByteSource& source, Encoding encoding, std::size_t skip)
     : m_source(source), m_encoding(encoding), m_skip(skip) {
+    const std::string_view whole = source.Whole();
+    if (encoding == Encoding::Utf8 && !whole.empty()) {
+        // The caller's text stays as it is for as long as the reader reads it.
+        m_inPlace = true;
+        m_data = reinterpret_cast<unsigned char*>(const_cast<char*>(whole.data())) + skip;
+        m_read = whole.size() - std::min(skip, whole.size());
+        m_skip = 0;
+        return;
+    }
     m_window.resize(kBlock + kLookahead + kBlock);
+    m_data = m_window.data();
 }
 
 // The UTF-8 bytes in [from, to) are checked; the end of the well-formed ones. A sequence cut off
 // by `to` waits for the rest of the document, unless the document has ended.
 std::size_t Input::CheckUtf8(std::size_t from, std::size_t to) {
-    const unsigned char* bytes = m_window.data();
+    const unsigned char* bytes = m_data;
     std::size_t at = from;
     while (at < to) {
+        if (at + 32 <= to && AllAscii32(bytes + at)) {
+            at += 32;
+            continue;
+        }
         if (at + 8 <= to && AllAscii(bytes + at)) {
             at += 8;
             continue;
@@ -101,7 +122,8 @@ void Input::ConvertUtf16(const unsigned char* bytes, std::size_t count) {
     };
     if (m_window.size() < m_read + 2 * m_pending.size())
         m_window.resize(m_read + 2 * m_pending.size());
-    unsigned char* out = m_window.data() + m_read;
+    m_data = m_window.data();
+    unsigned char* out = m_data + m_read;
     std::size_t at = 0;
     for (; at + 2 <= m_pending.size(); at += 2) {
         char32_t unit = unitAt(at);
@@ -132,21 +154,27 @@ void Input::ConvertUtf16(const unsigned char* bytes, std::size_t count) {
     // A half unit at the very end counts for nothing, as the parser's decoder leaves it.
     m_pending.erase(m_pending.begin(), m_pending.begin() + std::ptrdiff_t(at));
     if (m_sourceEnded) m_pending.clear();
-    m_read = std::size_t(out - m_window.data());
+    m_read = std::size_t(out - m_data);
     m_checkedEnd = m_read;
 }
 
 void Input::ReadMore() {
+    if (m_inPlace) { // the document is there: its next block is checked
+        const std::size_t to = std::min(m_read, m_checkedEnd + kBlock);
+        if (to == m_read) m_sourceEnded = true;
+        m_checkedEnd = CheckUtf8(m_checkedEnd, to);
+        return;
+    }
     if (m_window.size() < m_read + kBlock) m_window.resize(m_read + kBlock);
+    m_data = m_window.data();
     if (m_encoding == Encoding::Utf8) {
-        const std::size_t got = m_source.Read(m_window.data() + m_read, kBlock);
+        const std::size_t got = m_source.Read(m_data + m_read, kBlock);
         if (got == 0) m_sourceEnded = true;
         std::size_t from = m_read;
         m_read += got;
         if (m_skip > 0) { // a byte-order mark
             const std::size_t skipped = std::min(m_skip, m_read - from);
-            std::memmove(m_window.data() + from, m_window.data() + from + skipped,
-                         m_read - from - skipped);
+            std::memmove(m_data + from, m_data + from + skipped, m_read - from - skipped);
             m_read -= skipped;
             m_skip -= skipped;
         }
@@ -163,6 +191,11 @@ void Input::ReadMore() {
         m_skip -= from;
     }
     ConvertUtf16(raw.data() + from, got - from);
+}
+
+// The number of bytes whose high bit is set in a word where only high bits may be.
+std::uint64_t CountHigh(std::uint64_t highBits) {
+    return ((highBits >> 7) * 0x0101010101010101ULL) >> 56;
 }
 
 // Eight bytes at a time: the high bit of each byte that equals `value`.
@@ -183,8 +216,7 @@ std::uint64_t UnitsOf(const unsigned char* bytes, std::size_t count) {
         std::memcpy(&word, bytes + i, sizeof word);
         const std::uint64_t continuation = word & ~(word << 1) & kHigh;
         const std::uint64_t fourBytes = word & (word << 1) & (word << 2) & (word << 3) & kHigh;
-        units += 8 - std::uint64_t(std::popcount(continuation)) +
-                 std::uint64_t(std::popcount(fourBytes));
+        units += 8 - CountHigh(continuation) + CountHigh(fourBytes);
     }
     for (; i < count; ++i)
         units += ((bytes[i] & 0xC0) != 0x80 ? 1 : 0) + (bytes[i] >= 0xF0 ? 1 : 0);
@@ -194,7 +226,8 @@ std::uint64_t UnitsOf(const unsigned char* bytes, std::size_t count) {
 // What is dropped is counted for the places of later errors: the lines it ends (a carriage
 // return and a line feed after it end one), and the UTF-16 units of the line it leaves open.
 void Input::Drop(std::size_t count) {
-    const unsigned char* bytes = m_window.data();
+    if (m_inPlace) return; // nothing moves
+    const unsigned char* bytes = m_data;
     std::uint64_t feeds = 0, returns = 0, pairs = 0;
     std::size_t lineStart = 0; // after the last line end
     std::size_t i = 0;
@@ -207,9 +240,9 @@ void Input::Drop(std::size_t count) {
             previousReturn = false;
             continue;
         }
-        feeds += std::uint64_t(std::popcount(lf));
-        returns += std::uint64_t(std::popcount(cr));
-        pairs += std::uint64_t(std::popcount(lf & ((cr << 8) | (previousReturn ? 0x80 : 0))));
+        feeds += CountHigh(lf);
+        returns += CountHigh(cr);
+        pairs += CountHigh(lf & ((cr << 8) | (previousReturn ? 0x80 : 0)));
         previousReturn = (cr >> 63) != 0;
         lineStart = i + std::size_t(63 - std::countl_zero(lf | cr)) / 8 + 1;
     }
@@ -224,7 +257,7 @@ void Input::Drop(std::size_t count) {
     m_droppedLines += feeds + returns - pairs;
     m_droppedColumnUnits = lineStart > 0 ? units : m_droppedColumnUnits + units;
     if (count > 0) m_droppedEndsWithCarriageReturn = bytes[count - 1] == '\r';
-    std::memmove(m_window.data(), m_window.data() + count, m_read - count);
+    std::memmove(m_data, m_data + count, m_read - count);
     m_read -= count;
     m_checkedEnd -= count;
     m_scanEnd -= count;
@@ -232,6 +265,7 @@ void Input::Drop(std::size_t count) {
 }
 
 std::size_t Input::Refill(std::size_t keep) {
+    if (m_inPlace) keep = 0; // the document stays where it is
     Drop(keep);
     const std::size_t wanted = m_scanEnd + kBlock + kLookahead;
     while (!m_sourceEnded && !m_broken && m_checkedEnd < wanted)
@@ -240,14 +274,14 @@ std::size_t Input::Refill(std::size_t keep) {
     if (!m_sourceEnded || m_broken)
         scanEnd = m_checkedEnd > kLookahead ? m_checkedEnd - kLookahead : 0;
     // A character is never cut by the window's end.
-    while (scanEnd > 0 && scanEnd < m_checkedEnd && (m_window[scanEnd] & 0xC0) == 0x80)
+    while (scanEnd > 0 && scanEnd < m_checkedEnd && (m_data[scanEnd] & 0xC0) == 0x80)
         --scanEnd;
     m_scanEnd = std::max(m_scanEnd, scanEnd);
     return keep;
 }
 
 Place Input::PlaceOf(std::size_t at) const {
-    const unsigned char* bytes = m_window.data();
+    const unsigned char* bytes = m_data;
     Place place{m_droppedLines + 1, m_droppedColumnUnits + 1};
     for (std::size_t i = 0; i < at; ++i) {
         const unsigned char byte = bytes[i];

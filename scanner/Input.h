@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 // The bytes of a document as the scanner reads them: UTF-8, in a window that slides along the
@@ -24,6 +25,8 @@ public:
     virtual ~ByteSource() = default;
     // Up to `capacity` more bytes into `into`: how many; 0 at the end.
     virtual std::size_t Read(unsigned char* into, std::size_t capacity) = 0;
+    // The whole document, where it is in memory already (then read in place); else empty.
+    virtual std::string_view Whole() const { return {}; }
 };
 
 enum class Encoding { Utf8, Utf16Little, Utf16Big };
@@ -37,14 +40,16 @@ struct Place {
 
 class Input {
 public:
-    // How far ahead of the scanner bytes are checked (see above).
-    static constexpr std::size_t kLookahead = 384 * 1024;
+    // How far ahead of the scanner bytes are checked (see above): more than the block the
+    // parser decodes at once (up to 48 KiB) and the longest string it may look ahead for (a name
+    // of up to 16 Ki units) together.
+    static constexpr std::size_t kLookahead = 128 * 1024;
 
     // `skip`: the bytes of a byte-order mark, which count for nothing.
     Input(ByteSource& source, Encoding encoding, std::size_t skip);
 
     // The window: [Data(), Data() + End()) may be scanned.
-    const unsigned char* Data() const { return m_window.data(); }
+    const unsigned char* Data() const { return m_data; }
     std::size_t End() const { return m_scanEnd; }
 
     // Makes more of the document scannable, keeping the window from `keep` on (offsets before it
@@ -72,6 +77,10 @@ private:
     Encoding m_encoding;
     std::size_t m_skip;
     std::vector<unsigned char> m_window;
+    // The window's bytes: m_window's, or the document itself where it is in memory as UTF-8,
+    // read in place and never moved.
+    unsigned char* m_data = nullptr;
+    bool m_inPlace = false;
     std::size_t m_read = 0;       // bytes in the window (UTF-8)
     std::size_t m_checkedEnd = 0; // the well-formed ones among them
     std::size_t m_scanEnd = 0;    // those the scanner may take

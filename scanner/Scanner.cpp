@@ -40,6 +40,18 @@ constexpr std::array<unsigned char, 256> kValue = [] {
     return table;
 }();
 
+// The characters of names that need no looking at: ASCII letters, digits, "_", ":", "-", ".";
+// a name starts with none of the last three or a digit.
+constexpr std::array<bool, 256> kPlainName = [] {
+    std::array<bool, 256> table{};
+    for (int c = 'a'; c <= 'z'; ++c)
+        table[c] = table[c - 'a' + 'A'] = true;
+    for (int c = '0'; c <= '9'; ++c)
+        table[c] = true;
+    table['_'] = table[':'] = table['-'] = table['.'] = true;
+    return table;
+}();
+
 // Name characters among the ASCII ones, as the parser's table has them.
 struct NameTables {
     std::array<bool, 128> start{}, name{};
@@ -111,7 +123,7 @@ Scanner::Scanner(ByteSource& source, Encoding encoding, std::size_t byteOrderMar
 
 // The window may move down as it is refilled: every offset into it moves with it. What is
 // kept is the text being gathered and the tag being scanned, or else from m_at on.
-bool Scanner::Have(std::size_t count) {
+bool Scanner::Refill(std::size_t count) {
     while (m_at + count > End()) {
         std::size_t keep = m_at;
         if (m_textInWindow && m_textLength > 0) keep = std::min(keep, m_textStart);
@@ -124,32 +136,6 @@ bool Scanner::Have(std::size_t count) {
         if (End() == before - moved) return false;
     }
     return true;
-}
-
-int Scanner::Peek() {
-    if (m_at >= End() && !Have(1)) return -1;
-    return Data()[m_at];
-}
-
-bool Scanner::LookingAt(std::string_view text) {
-    return Have(text.size()) && std::memcmp(Data() + m_at, text.data(), text.size()) == 0;
-}
-
-bool Scanner::Skipped(std::string_view text) {
-    if (!LookingAt(text)) return false;
-    m_at += text.size();
-    return true;
-}
-
-bool Scanner::SkippedByte(unsigned char byte) {
-    if (Peek() != byte) return false;
-    ++m_at;
-    return true;
-}
-
-void Scanner::SkipSpaces() {
-    while (IsSpace(Peek()))
-        ++m_at;
 }
 
 // The window ends only between characters.
@@ -185,6 +171,15 @@ std::size_t Scanner::NameLength() {
     return length;
 }
 
+void Scanner::GrowAttributes() {
+    m_attributes.resize(std::max<std::size_t>(8, 2 * m_attributes.size()));
+}
+
+void Scanner::GrowOpen(std::size_t names) {
+    if (m_openNames.size() < names) m_openNames.resize(2 * names);
+    if (m_open.size() == m_depth) m_open.resize(std::max<std::size_t>(16, 2 * m_open.size()));
+}
+
 Token Scanner::Fail(std::string message, unsigned unitsBack) {
     if (m_input.Broken()) return Stop(); // the parser would fail before it gets here
     // The parser's messages hold at most 2047 UTF-16 units, a long name cut short.
@@ -215,10 +210,10 @@ Token Scanner::Stop() {
 }
 
 Token Scanner::Next() {
-    m_attributes.clear();
+    m_attributeCount = 0;
     if (m_endPending) {
         m_endPending = false;
-        if (m_open.empty()) m_where = Place_::Misc;
+        if (m_depth == 0) m_where = Place_::Misc;
         return Token::EndTag;
     }
     switch (m_where) {
@@ -306,9 +301,22 @@ Token Scanner::Content() {
         if (c <= 0) {
             if (c < 0 && m_input.Broken()) return Stop();
             return Fail("input ended before all started tags were ended; last tag started is " +
-                        Quoted(OpenName(m_open.size() - 1)));
+                        Quoted(OpenName(m_depth - 1)));
         }
         if (c != '<') {
+            if (TextLength() == 0 && m_textInWindow) { // plain text and a tag after it, at once
+                const unsigned char* const data = Data();
+                std::size_t at = m_at;
+                const std::size_t end = End();
+                while (at < end && kContent[data[at]] == kPlain)
+                    ++at;
+                if (at + 1 < end && data[at] == '<' && data[at + 1] != '!' && data[at + 1] != '?') {
+                    m_textView =
+                        std::string_view(reinterpret_cast<const char*>(data) + m_at, at - m_at);
+                    m_at = at;
+                    return Token::Text;
+                }
+            }
             if (!CharacterData()) return m_final;
             if (TextLength() >= kTextPiece) return TakeText();
             continue;
@@ -663,34 +671,106 @@ bool Scanner::CData() {
 }
 
 // After "<": the element's name, its attributes, and ">" or "/>".
+// A start tag in one piece of the window, with ASCII names and values that need nothing done
+// to them, the common case, read in one pass; anything else (where an error would be among
+// others) goes to the parser's step-by-step reading below, from the same place.
+bool Scanner::PlainStartTag() {
+    const unsigned char* const base = Data();
+    const unsigned char* p = base + m_at;
+    const unsigned char* const end = base + End();
+    if (p == end || !kPlainName[*p] || (*p >= '0' && *p <= '9') || *p == '-' || *p == '.')
+        return false;
+    const unsigned char* const name = p;
+    while (p < end && kPlainName[*p])
+        ++p;
+    const std::size_t nameLength = std::size_t(p - name);
+    m_attributeCount = 0;
+    for (;;) {
+        if (p == end) return false;
+        if (*p == '>' || (*p == '/' && p + 1 < end && p[1] == '>')) break;
+        if (!Scanner::IsSpace(*p)) return false;
+        while (p < end && Scanner::IsSpace(*p))
+            ++p;
+        if (p == end) return false;
+        if (*p == '>' || *p == '/') continue;
+        const unsigned char* const attribute = p;
+        if (!kPlainName[*p] || (*p >= '0' && *p <= '9') || *p == '-' || *p == '.') return false;
+        while (p < end && kPlainName[*p])
+            ++p;
+        const std::string_view attributeName(reinterpret_cast<const char*>(attribute),
+                                             std::size_t(p - attribute));
+        while (p < end && Scanner::IsSpace(*p))
+            ++p;
+        if (p == end || *p != '=') return false;
+        ++p;
+        while (p < end && Scanner::IsSpace(*p))
+            ++p;
+        if (p == end || (*p != '"' && *p != '\'')) return false;
+        const unsigned char quote = *p++;
+        const unsigned char* const value = p;
+        while (p < end && kValue[*p] == kPlain)
+            ++p;
+        if (p == end || *p != quote) return false;
+        for (std::size_t i = 0; i < m_attributeCount; ++i)
+            if (m_attributes[i].name == attributeName) return false;
+        AddAttribute(attributeName, std::string_view(reinterpret_cast<const char*>(value),
+                                                     std::size_t(p - value)));
+        ++p;
+    }
+    const bool empty = *p == '/';
+    p += empty ? 2 : 1;
+    if (m_depth + 1 > parse_limits::kMaxDepth) return false;
+    m_at = std::size_t(p - base);
+    m_name = std::string_view(reinterpret_cast<const char*>(name), nameLength);
+    if (empty) {
+        m_endPending = true;
+        return true;
+    }
+    PushOpen(m_name.data(), nameLength);
+    return true;
+}
+
+// An end tag in one piece of the window: the name of the element last started and ">".
+bool Scanner::PlainEndTag() {
+    const std::string_view name = OpenName(m_depth - 1);
+    if (m_at + name.size() + 1 > End()) return false;
+    const unsigned char* p = Data() + m_at;
+    if (p[name.size()] != '>' || p[0] != static_cast<unsigned char>(name[0]) ||
+        std::memcmp(p + 1, name.data() + 1, name.size() - 1) != 0)
+        return false;
+    m_at += name.size() + 1;
+    m_name = name; // stays in m_openNames until another element starts
+    --m_depth;
+    if (m_depth == 0) m_where = Place_::Misc;
+    return true;
+}
+
 Token Scanner::StartTag() {
+    if (PlainStartTag()) return Token::StartTag;
     const std::size_t nameLength = NameLength();
     if (nameLength == 0) return Fail("element name expected");
     m_inTag = true;
     m_tagStart = m_at;
     m_at += nameLength;
-    const std::size_t namesEnd = m_open.empty() ? 0 : m_open.back().start + m_open.back().length;
-    m_openNames.resize(namesEnd);
-    m_open.push_back({namesEnd, nameLength});
-    m_openNames.append(reinterpret_cast<const char*>(Data()) + m_tagStart, nameLength);
+    PushOpen(reinterpret_cast<const char*>(Data()) + m_tagStart, nameLength);
     SkipSpaces();
     bool empty = false;
     const bool complete = Attributes(nameLength, empty);
     m_inTag = false;
     if (!complete) return m_final;
     // The parser's limit of depth, checked as each element starts, an empty one too.
-    if (m_open.size() > parse_limits::kMaxDepth) return Fail(parse_limits::kTooDeep);
+    if (m_depth > parse_limits::kMaxDepth) return Fail(parse_limits::kTooDeep);
     const char* tag = reinterpret_cast<const char*>(Data()) + m_tagStart;
     m_name = std::string_view(tag, nameLength);
-    m_attributes.clear();
+    m_attributeCount = 0;
     for (const Pending& pending : m_pending)
-        m_attributes.push_back(
-            {std::string_view(tag + pending.name, pending.nameLength),
-             pending.copied ? std::string_view(m_values.data() + pending.value, pending.valueLength)
-                            : std::string_view(tag + pending.value, pending.valueLength)});
+        AddAttribute(std::string_view(tag + pending.name, pending.nameLength),
+                     pending.copied
+                         ? std::string_view(m_values.data() + pending.value, pending.valueLength)
+                         : std::string_view(tag + pending.value, pending.valueLength));
     if (empty) {
         m_endPending = true;
-        m_open.pop_back();
+        --m_depth;
     }
     return Token::StartTag;
 }
@@ -825,14 +905,15 @@ bool Scanner::AttributeValue(std::size_t nameAt, std::size_t nameLength, Pending
 
 // After "</": the name of the element last started, white space, ">".
 Token Scanner::EndTag() {
-    const std::string_view name = OpenName(m_open.size() - 1);
+    if (PlainEndTag()) return Token::EndTag;
+    const std::string_view name = OpenName(m_depth - 1);
     if (!LookingAt(name)) return Fail("expected end of tag " + Quoted(name));
     m_at += name.size();
     SkipSpaces();
     if (!SkippedByte('>')) return Fail("unterminated end tag " + Quoted(name));
     m_name = name; // stays in m_openNames until another element starts
-    m_open.pop_back();
-    if (m_open.empty()) m_where = Place_::Misc;
+    --m_depth;
+    if (m_depth == 0) m_where = Place_::Misc;
     return Token::EndTag;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,10 +20,11 @@ namespace classxml::scanner {
 
 class Scanner {
 public:
+    // In the order of the stream reader's events.
     enum class Token {
         StartTag, // Name, the attributes (an empty-element tag is followed by its EndTag)
-        EndTag,   // Name
         Text,     // Text: character data between tags, in pieces of up to kTextPiece bytes
+        EndTag,   // Name
         End,      // the whole document was read and is well-formed
         Error,    // the first error: Failure says what and where
         Broken,   // the bytes are not well-formed UTF-8 from some point on (see Input.h)
@@ -37,12 +39,12 @@ public:
     Token Next();
 
     std::string_view Name() const { return m_name; }
-    std::size_t AttributeCount() const { return m_attributes.size(); }
+    std::size_t AttributeCount() const { return m_attributeCount; }
     std::string_view AttributeName(std::size_t index) const { return m_attributes[index].name; }
     std::string_view AttributeValue(std::size_t index) const { return m_attributes[index].value; }
     std::string_view Text() const { return m_textView; }
     // The elements open after the current token.
-    std::size_t Depth() const { return m_open.size(); }
+    std::size_t Depth() const { return m_depth; }
 
     struct Failure {
         Place place;
@@ -70,16 +72,29 @@ private:
     std::size_t End() const { return m_input.End(); }
     // Makes `count` bytes available from m_at: false at the end of the document (or where it
     // is broken).
-    bool Have(std::size_t count);
-    // The next byte, or -1 at the end; a zero byte is what the parser takes for the end too,
-    // where it peeks.
-    int Peek();
-    bool LookingAt(std::string_view text);
-    bool Skipped(std::string_view text);
-    bool SkippedByte(unsigned char byte);
-    void SkipSpaces();
-    bool IsSpace(int byte) const {
+    bool Have(std::size_t count) { return m_at + count <= End() || Refill(count); }
+    bool Refill(std::size_t count);
+    // The next byte, or -1 at the end.
+    int Peek() { return m_at < End() || Have(1) ? Data()[m_at] : -1; }
+    bool LookingAt(std::string_view text) {
+        return Have(text.size()) && std::memcmp(Data() + m_at, text.data(), text.size()) == 0;
+    }
+    bool Skipped(std::string_view text) {
+        if (!LookingAt(text)) return false;
+        m_at += text.size();
+        return true;
+    }
+    bool SkippedByte(unsigned char byte) {
+        if (Peek() != byte) return false;
+        ++m_at;
+        return true;
+    }
+    static bool IsSpace(int byte) {
         return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r';
+    }
+    void SkipSpaces() {
+        while (IsSpace(Peek()))
+            ++m_at;
     }
     // The character `offset` bytes from m_at: its code point and its bytes (1 to 4).
     char32_t CharacterAt(std::size_t offset, std::size_t& length) const;
@@ -90,6 +105,8 @@ private:
     Token Prolog();
     Token Content();
     Token Misc();
+    bool PlainStartTag();
+    bool PlainEndTag();
     Token StartTag();
     Token EndTag();
     bool Attributes(std::size_t nameLength, bool& empty);
@@ -128,7 +145,15 @@ private:
     Place_ m_where = Place_::Prolog;
     bool m_endPending = false; // an empty-element tag's end is the next token
     std::string_view m_name;   // the current tag's: in the window, or in m_openNames
+    // The current start tag's attributes: the first m_attributeCount (the rest are kept, so that
+    // a tag takes no allocation once one as long has been read).
     std::vector<Attribute> m_attributes;
+    std::size_t m_attributeCount = 0;
+    void AddAttribute(std::string_view name, std::string_view value) {
+        if (m_attributeCount == m_attributes.size()) GrowAttributes();
+        m_attributes[m_attributeCount++] = {name, value};
+    }
+    void GrowAttributes();
     std::vector<Pending> m_pending;
     std::string m_values;       // attribute values that references or white space changed
     std::string m_text;         // text that references or line ends changed
@@ -141,8 +166,20 @@ private:
     struct Open {
         std::size_t start, length; // in m_openNames
     };
-    std::string m_openNames; // the names of the open elements, one after another
-    std::vector<Open> m_open;
+    // The names of the open elements, one after another; the last one ended stays until another
+    // element starts.
+    std::vector<char> m_openNames;
+    void PushOpen(const char* name, std::size_t length) {
+        const std::size_t start =
+            m_depth == 0 ? 0 : m_open[m_depth - 1].start + m_open[m_depth - 1].length;
+        if (m_openNames.size() < start + length || m_open.size() == m_depth)
+            GrowOpen(start + length);
+        std::memcpy(m_openNames.data() + start, name, length);
+        m_open[m_depth++] = {start, length};
+    }
+    void GrowOpen(std::size_t names);
+    std::vector<Open> m_open; // the first m_depth are open
+    std::size_t m_depth = 0;
     std::uint64_t m_expansions = 0; // references to the predefined entities, which count
     Failure m_failure;
     Token m_final = Token::Error;

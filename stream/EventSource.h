@@ -16,6 +16,7 @@ namespace classxml::stream_detail {
 class EventSource {
 public:
     using View = StreamReader::View;
+    // In the order of StreamReader::Event, which the first five are.
     enum class Step {
         StartElement,
         Text,
@@ -42,6 +43,7 @@ public:
     virtual std::size_t AttributeCount() = 0;
     virtual View AttributeName(std::size_t index) = 0;
     virtual View AttributeValue(std::size_t index) = 0;
+    virtual std::string_view AttributeNameUtf8(std::size_t index) = 0;
     virtual std::string_view AttributeValueUtf8(std::size_t index) = 0;
     // The index of an attribute by its name, or AttributeCount() when there is none.
     virtual std::size_t IndexOf(View name) = 0;

@@ -1,6 +1,7 @@
 #include "classxml/stream/ScannerEvents.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "classxml/platform/Utf.h"
 
@@ -8,16 +9,6 @@ namespace classxml::stream_detail {
 namespace {
 
 using Token = scanner::Scanner::Token;
-
-// The UTF-16 units of UTF-8.
-std::uint64_t UnitsOf(std::string_view utf8) {
-    std::uint64_t units = 0;
-    for (const char c : utf8) {
-        const auto byte = static_cast<unsigned char>(c);
-        units += ((byte & 0xC0) != 0x80 ? 1 : 0) + (byte >= 0xF0 ? 1 : 0);
-    }
-    return units;
-}
 
 // The three-byte form of a surrogate, which only a UTF-16 document puts into the scanner's text.
 bool HasSurrogate(std::string_view utf8) {
@@ -60,20 +51,18 @@ ScannerEvents::ScannerEvents(std::unique_ptr<scanner::ByteSource> bytes,
 ScannerEvents::~ScannerEvents() = default;
 
 EventSource::Step ScannerEvents::Next() {
+    static_assert(int(Token::Broken) == int(Step::Broken));
     for (;;) {
         const Token token = m_scanner.Next();
         ++m_serial;
         switch (token) {
         case Token::StartTag:
-            ++m_tags;
-            m_textUnits = 0;
-            return Step::StartElement;
         case Token::EndTag:
             ++m_tags;
-            m_textUnits = 0;
-            return Step::EndElement;
+            m_textBytes = 0;
+            return Step(token);
         case Token::Text:
-            m_textUnits += UnitsOf(m_scanner.Text());
+            m_textBytes += m_scanner.Text().size();
             if (!m_sending) return Step::Text;
             Hand(m_scanner.Text());
             continue;
@@ -163,6 +152,11 @@ StreamReader::View ScannerEvents::AttributeValue(std::size_t index) {
 std::string_view ScannerEvents::AttributeValueUtf8(std::size_t index) {
     if (m_attributeValuesUtf8.size() <= index) m_attributeValuesUtf8.resize(index + 1);
     return Utf8(m_scanner.AttributeValue(index), m_attributeValuesUtf8[index]);
+}
+
+std::string_view ScannerEvents::AttributeNameUtf8(std::size_t index) {
+    if (m_attributeNamesUtf8.size() <= index) m_attributeNamesUtf8.resize(index + 1);
+    return Utf8(m_scanner.AttributeName(index), m_attributeNamesUtf8[index]);
 }
 
 std::size_t ScannerEvents::IndexOfUtf8(std::string_view name) {

@@ -39,6 +39,7 @@ public:
     View AttributeName(std::size_t index) override;
     View AttributeValue(std::size_t index) override;
     std::string_view AttributeValueUtf8(std::size_t index) override;
+    std::string_view AttributeNameUtf8(std::size_t index) override;
     std::size_t IndexOf(View name) override;
     std::size_t IndexOfUtf8(std::string_view name) override;
     View Text() override { return Wide(m_scanner.Text(), m_textWide, m_textSerial); }
@@ -46,9 +47,10 @@ public:
     void HandText(TextPieces& pieces) override;
 
     // After Broken: what was delivered, for the parser to go on from: the start and end tags,
-    // and the UTF-16 units of text after the last of them.
+    // and the bytes of text after the last of them, in the scanner's UTF-8 (where an unpaired
+    // surrogate of a UTF-16 document takes three bytes, as it would in UTF-8).
     std::uint64_t TagsDelivered() const { return m_tags; }
-    std::uint64_t TextUnitsSinceTag() const { return m_textUnits; }
+    std::uint64_t TextBytesSinceTag() const { return m_textBytes; }
     // Where the bytes stop being UTF-8, for a document the parser cannot read again.
     const scanner::Scanner::Failure& BrokenHere();
 
@@ -81,8 +83,8 @@ private:
     // Of the current start tag's attributes, as they are asked for.
     std::vector<CBasicString<WideChar>> m_attributeNames, m_attributeValues;
     std::vector<std::uint64_t> m_attributeNamesSerial, m_attributeValuesSerial;
-    std::vector<std::string> m_attributeValuesUtf8;
-    std::uint64_t m_tags = 0, m_textUnits = 0;
+    std::vector<std::string> m_attributeValuesUtf8, m_attributeNamesUtf8;
+    std::uint64_t m_tags = 0, m_textBytes = 0;
     scanner::Scanner::Failure m_broken;
     bool m_reported = false;
 };

@@ -32,25 +32,16 @@ using Step = EventSource::Step;
 constexpr std::size_t kRouteBytes = 64 * 1024;
 
 StreamReader::Event EventOf(Step step) {
-    switch (step) {
-    case Step::StartElement:
-        return StreamReader::Event::StartElement;
-    case Step::EndElement:
-        return StreamReader::Event::EndElement;
-    case Step::Text:
-        return StreamReader::Event::Text;
-    case Step::End:
-        return StreamReader::Event::End;
-    default:
-        return StreamReader::Event::Error;
-    }
+    static_assert(int(Step::Error) == int(StreamReader::Event::Error));
+    return step == Step::Broken ? StreamReader::Event::Error : StreamReader::Event(step);
 }
 
 // The bytes of a document in memory, which the caller keeps until the reader is done.
 class MemoryBytes : public scanner::ByteSource {
 public:
     MemoryBytes(const void* bytes, std::size_t count)
-        : m_bytes(static_cast<const unsigned char*>(bytes)), m_left(count) {}
+        : m_start(static_cast<const unsigned char*>(bytes)), m_size(count), m_bytes(m_start),
+          m_left(count) {}
     std::size_t Read(unsigned char* into, std::size_t capacity) override {
         const std::size_t count = std::min(capacity, m_left);
         std::memcpy(into, m_bytes, count);
@@ -58,8 +49,13 @@ public:
         m_left -= count;
         return count;
     }
+    std::string_view Whole() const override {
+        return {reinterpret_cast<const char*>(m_start), m_size};
+    }
 
 private:
+    const unsigned char* m_start;
+    std::size_t m_size;
     const unsigned char* m_bytes;
     std::size_t m_left;
 };
@@ -275,19 +271,30 @@ EventSource::Step StreamReader::Impl::Fallback() {
         if (step == Step::StartElement || step == Step::EndElement) --tags;
         if (step == Step::End || step == Step::Error) return step; // cannot be
     }
-    for (std::uint64_t units = scanner->TextUnitsSinceTag(); units > 0;) {
+    for (std::uint64_t bytes = scanner->TextBytesSinceTag(); bytes > 0;) {
         step = parser->Next();
         if (step != Step::Text) {
             parser->RepeatCurrent();
             break;
         }
-        const std::size_t size = parser->Text().size();
-        if (size > units) {
-            parser->DropTextPrefix(std::size_t(units));
+        // The parser's UTF-16 counted as the scanner's UTF-8, unit by unit.
+        const View text = parser->Text();
+        std::size_t units = 0;
+        while (units < text.size() && bytes > 0) {
+            const char32_t unit = static_cast<std::uint16_t>(text[units]);
+            const bool pair = platform::IsHighSurrogate(unit) && units + 1 < text.size() &&
+                              platform::IsLowSurrogate(static_cast<std::uint16_t>(text[units + 1]));
+            bytes -= std::min<std::uint64_t>(bytes, unit < 0x80    ? 1
+                                                    : unit < 0x800 ? 2
+                                                    : pair         ? 4
+                                                                   : 3);
+            units += pair ? 2 : 1;
+        }
+        if (units < text.size()) {
+            parser->DropTextPrefix(units);
             parser->RepeatCurrent();
             break;
         }
-        units -= size;
     }
     m_source = std::move(parser);
     RestoreText();
@@ -422,6 +429,16 @@ StreamReader::View StreamReader::AttributeName(std::size_t index) const {
 StreamReader::View StreamReader::AttributeValue(std::size_t index) const {
     if (index >= AttributeCount()) return {};
     return m_impl->Source()->AttributeValue(index);
+}
+
+std::string_view StreamReader::AttributeNameUtf8(std::size_t index) const {
+    if (index >= AttributeCount()) return {};
+    return m_impl->Source()->AttributeNameUtf8(index);
+}
+
+std::string_view StreamReader::AttributeValueUtf8(std::size_t index) const {
+    if (index >= AttributeCount()) return {};
+    return m_impl->Source()->AttributeValueUtf8(index);
 }
 
 std::optional<StreamReader::View> StreamReader::Attribute(View name) const {

@@ -152,12 +152,15 @@ public:
     std::string_view NameUtf8() const;
     ///@}
     /// The current start tag's attributes, those defaulted from the DTD included. The UTF-8
-    /// views are converted when asked for and last until the next start tag.
+    /// views are converted when asked for (where the document is not read in UTF-8) and last
+    /// until the next event.
     ///@{
     std::size_t AttributeCount() const;
     View AttributeName(std::size_t index) const;
     View AttributeValue(std::size_t index) const;
     std::optional<View> Attribute(View name) const;
+    std::string_view AttributeNameUtf8(std::size_t index) const;
+    std::string_view AttributeValueUtf8(std::size_t index) const;
     std::optional<std::string_view> AttributeUtf8(std::string_view name) const;
     ///@}
     /// The current text: character data as the parser delivers it, line ends normalised to

@@ -246,6 +246,17 @@ std::string_view XercesEvents::AttributeValueUtf8(std::size_t index) {
     return m_attributes[index];
 }
 
+std::string_view XercesEvents::AttributeNameUtf8(std::size_t index) {
+    if (m_attributeNames.size() <= index) {
+        m_attributeNames.resize(index + 1);
+        m_attributeNamesSerial.resize(index + 1, 0);
+    }
+    if (m_attributeNamesSerial[index] != m_serial)
+        Converted(AttributeName(index), m_attributeNames[index]);
+    m_attributeNamesSerial[index] = m_serial;
+    return m_attributeNames[index];
+}
+
 std::size_t XercesEvents::IndexOf(View name) { return IndexIn(m_parser->Front(), name); }
 
 std::size_t XercesEvents::IndexOfUtf8(std::string_view name) {

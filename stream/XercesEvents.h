@@ -57,6 +57,7 @@ public:
     View AttributeName(std::size_t index) override;
     View AttributeValue(std::size_t index) override;
     std::string_view AttributeValueUtf8(std::size_t index) override;
+    std::string_view AttributeNameUtf8(std::size_t index) override;
     std::size_t IndexOf(View name) override;
     std::size_t IndexOfUtf8(std::string_view name) override;
     View Text() override { return View(m_text.data(), m_text.size()); }
@@ -91,8 +92,8 @@ private:
     // UTF-8 forms, converted when first asked for: an element's name by its declaration, the
     // rest by event.
     std::uint64_t m_serial = 0; // of the current event
-    std::vector<std::string> m_attributes;
-    std::vector<std::uint64_t> m_attributesSerial;
+    std::vector<std::string> m_attributes, m_attributeNames;
+    std::vector<std::uint64_t> m_attributesSerial, m_attributeNamesSerial;
     std::string m_textUtf8;
     std::uint64_t m_textSerial = 0;
 };

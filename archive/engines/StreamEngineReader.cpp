@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "classxml/archive/detail/StartOnFirstUse.h"
-#include "classxml/archive/detail/WideText.h"
 #include "classxml/platform/Utf.h"
 #include "classxml/stream/StreamReader.h"
 #include "classxml/xmlio/ReadSettings.h"
@@ -12,31 +11,9 @@ namespace classxml::archive_detail {
 namespace {
 
 using Event = StreamReader::Event;
-using View = CBasicStringView<WideChar>;
 
-constexpr View kVarName = WIDE("varname");
-constexpr View kKeyType = WIDE("keytype");
-
-// `wide` and the longer `utf8` as the same text, which is then not ASCII.
-bool SameLongerText(View wide, std::string_view utf8) {
-    std::size_t i = 0;
-    while (i < wide.size() && static_cast<unsigned char>(utf8[i]) < 0x80 &&
-           wide[i] == WideChar(utf8[i]))
-        ++i;
-    if (i < wide.size() && static_cast<unsigned char>(utf8[i]) < 0x80) return false;
-    return Utf8Of(wide.substr(i)) == utf8.substr(i);
-}
-
-// Names and type texts are nearly always ASCII, compared here without a conversion. UTF-8 takes
-// more code units than UTF-16 for any text that is not ASCII, and as many for ASCII.
-inline bool SameText(View wide, std::string_view utf8) {
-    if (utf8.size() != wide.size()) return utf8.size() > wide.size() && SameLongerText(wide, utf8);
-    for (std::size_t i = 0; i < utf8.size(); ++i) {
-        const auto unit = static_cast<unsigned char>(utf8[i]);
-        if (unit >= 0x80 || wide[i] != unit) return false;
-    }
-    return true;
-}
+constexpr std::string_view kVarName = "varname";
+constexpr std::string_view kKeyType = "keytype";
 
 } // namespace
 
@@ -72,7 +49,7 @@ bool StreamEngineReader::Started(bool opened, std::string_view rootName) {
         m_path.Enter(m_rootName);
         return Stopped();
     }
-    m_childName = m_reader->Name();
+    m_childName = m_reader->NameUtf8();
     Enter(m_rootName, 0);
     return rootName.empty() || IsClass(rootName);
 }
@@ -87,7 +64,12 @@ bool StreamEngineReader::Stopped() {
 void StreamEngineReader::Enter(std::string_view name, std::size_t index) {
     if (m_openFrames == m_frames.size()) m_frames.emplace_back();
     Frame& frame = m_frames[m_openFrames++];
-    frame = Frame{.name = m_childName, .index = index, .live = true, .aside = m_held.size()};
+    frame.name = m_childName;
+    frame.index = index;
+    frame.live = true;
+    frame.ended = false;
+    frame.held = frame.cursor = 0;
+    frame.aside = m_held.size();
     m_pending = false;
     m_onStartTag = true;
     if (index)
@@ -101,12 +83,12 @@ void StreamEngineReader::Replay(std::size_t held, std::string_view name, std::si
     if (m_openFrames == m_frames.size()) m_frames.emplace_back();
     Frame& frame = m_frames[m_openFrames++];
     m_held[held].taken = true;
-    frame = Frame{.name = m_held[held].name,
-                  .index = index,
-                  .live = false,
-                  .ended = true,
-                  .held = held,
-                  .cursor = held};
+    frame.name = m_held[held].name;
+    frame.index = index;
+    frame.live = false;
+    frame.ended = true;
+    frame.held = frame.cursor = held;
+    frame.aside = 0;
     if (index)
         m_path.Enter(frame.name, index);
     else
@@ -121,10 +103,11 @@ StreamReader::Event StreamEngineReader::Advance() {
 
 // An attribute of an open element. A live element's attributes stay in the reader only while
 // it stands on their start tag, and the archive asks for them before it reads on.
-std::optional<View> StreamEngineReader::AttributeOf(const Frame& frame, View name) const {
-    if (frame.live) return m_onStartTag ? m_reader->Attribute(name) : std::nullopt;
+std::optional<std::string_view> StreamEngineReader::AttributeOf(const Frame& frame,
+                                                                std::string_view name) const {
+    if (frame.live) return m_onStartTag ? m_reader->AttributeUtf8(name) : std::nullopt;
     for (const auto& [attribute, value] : m_held[frame.held].attributes)
-        if (attribute == name) return View(value);
+        if (attribute == name) return std::string_view(value);
     return std::nullopt;
 }
 
@@ -137,7 +120,7 @@ bool StreamEngineReader::NextChild() {
     m_onStartTag = false;
     switch (m_reader->NextTag()) {
     case Event::StartElement:
-        m_childName = m_reader->Name();
+        m_childName = m_reader->NameUtf8();
         return m_pending = true;
     case Event::EndElement:
         top.ended = true;
@@ -159,12 +142,13 @@ bool StreamEngineReader::Hold() {
     std::vector<std::size_t> open; // the held elements not yet ended
     const auto start = [&] {
         Held& held = m_held.emplace_back();
-        held.name = m_reader->Name();
+        held.name = m_reader->NameUtf8();
         for (std::size_t i = 0; i < m_reader->AttributeCount(); ++i)
-            held.attributes.emplace_back(m_reader->AttributeName(i), m_reader->AttributeValue(i));
-        m_heldBytes += sizeof(Held) + 2 * held.name.size();
+            held.attributes.emplace_back(m_reader->AttributeNameUtf8(i),
+                                         m_reader->AttributeValueUtf8(i));
+        m_heldBytes += sizeof(Held) + held.name.size();
         for (const auto& [name, value] : held.attributes)
-            m_heldBytes += 2 * (name.size() + value.size());
+            m_heldBytes += name.size() + value.size();
         open.push_back(m_held.size() - 1);
     };
     m_pending = false;
@@ -179,8 +163,8 @@ bool StreamEngineReader::Hold() {
             start();
             break;
         case Event::Text:
-            m_held[open.back()].text += m_reader->Text();
-            m_heldBytes += 2 * m_reader->Text().size();
+            m_held[open.back()].text += m_reader->TextUtf8();
+            m_heldBytes += m_reader->TextUtf8().size();
             break;
         case Event::EndElement:
             m_held[open.back()].end = m_held.size();
@@ -193,12 +177,12 @@ bool StreamEngineReader::Hold() {
     return true;
 }
 
-bool StreamEngineReader::Matches(View name, std::optional<View> variable,
+bool StreamEngineReader::Matches(std::string_view name, std::optional<std::string_view> variable,
                                  std::string_view elementName, std::string_view variableName,
                                  bool byVariable) const {
-    if (!SameText(name, elementName)) return false;
+    if (name != elementName) return false;
     if (!byVariable) return true;
-    return variable ? SameText(*variable, variableName) : variableName.empty();
+    return variable ? *variable == variableName : variableName.empty();
 }
 
 // The child of the innermost open element that is the member asked for: among what it holds,
@@ -211,7 +195,7 @@ StreamEngineReader::Found StreamEngineReader::Find(std::string_view elementName,
     const std::size_t end = top.live ? m_held.size() : m_held[top.held].end;
     for (std::size_t i = first; i < end; i = m_held[i].end) {
         const Held& held = m_held[i];
-        std::optional<View> variable;
+        std::optional<std::string_view> variable;
         for (const auto& [attribute, value] : held.attributes)
             if (attribute == kVarName) variable = value;
         if (!held.taken && Matches(held.name, variable, elementName, variableName, byVariable))
@@ -219,9 +203,9 @@ StreamEngineReader::Found StreamEngineReader::Find(std::string_view elementName,
     }
     if (!top.live) return {};
     while (NextChild()) {
-        if (SameText(m_childName, elementName) &&
-            (!byVariable ||
-             Matches(m_childName, m_reader->Attribute(kVarName), elementName, variableName, true)))
+        if (m_childName == elementName &&
+            (!byVariable || Matches(m_childName, m_reader->AttributeUtf8(kVarName), elementName,
+                                    variableName, true)))
             return {Found::Where::Next, 0};
         if (!Hold()) return {};
     }
@@ -262,7 +246,7 @@ bool StreamEngineReader::EnterClassMember(std::string_view elementName,
 
 bool StreamEngineReader::NextObject(std::string_view elementName, std::size_t index) {
     while (NextChild()) {
-        if (SameText(m_childName, elementName)) return Enter({}, index), true;
+        if (m_childName == elementName) return Enter({}, index), true;
         if (!SkipChild()) return false;
     }
     return false;
@@ -313,9 +297,9 @@ void StreamEngineReader::Leave() {
         m_pending = false;
         for (std::size_t i = top.aside; i < m_held.size(); ++i) {
             const Held& held = m_held[i];
-            m_heldBytes -= sizeof(Held) + 2 * (held.name.size() + held.text.size());
+            m_heldBytes -= sizeof(Held) + held.name.size() + held.text.size();
             for (const auto& [name, value] : held.attributes)
-                m_heldBytes -= 2 * (name.size() + value.size());
+                m_heldBytes -= name.size() + value.size();
         }
         if (top.aside < m_held.size()) m_held.resize(top.aside);
     }
@@ -326,18 +310,18 @@ void StreamEngineReader::Leave() {
 bool StreamEngineReader::IsClass(std::string_view elementName) {
     if (Failed()) return false;
     const Frame& top = m_frames[m_openFrames - 1];
-    if (SameText(top.name, elementName)) return true;
-    return Fail("class element " + std::string(elementName), "element " + Utf8Of(top.name));
+    if (top.name == elementName) return true;
+    return Fail("class element " + std::string(elementName), "element " + top.name);
 }
 
 std::string StreamEngineReader::ElementName() {
-    return Failed() ? std::string() : Utf8Of(m_frames[m_openFrames - 1].name);
+    return Failed() ? std::string() : m_frames[m_openFrames - 1].name;
 }
 
 std::optional<std::string> StreamEngineReader::Attribute(std::string_view name) {
     if (Failed()) return std::nullopt;
-    const auto value = AttributeOf(m_frames[m_openFrames - 1], WideText(name).view());
-    return value ? std::optional<std::string>(Utf8Of(*value)) : std::nullopt;
+    const auto value = AttributeOf(m_frames[m_openFrames - 1], name);
+    return value ? std::optional<std::string>(*value) : std::nullopt;
 }
 
 bool StreamEngineReader::IsContainer(std::string_view kind, std::string_view itemType,
@@ -345,14 +329,14 @@ bool StreamEngineReader::IsContainer(std::string_view kind, std::string_view ite
     if (Failed()) return false;
     const Frame& top = m_frames[m_openFrames - 1];
     const bool map = kind == "map";
-    const auto text = [&](View name) { return AttributeOf(top, name).value_or(View()); };
-    const View foundKind = text(kKeyType), foundItem = text(WIDE("varkeytype")),
-               foundValue = map ? text(WIDE("vartype")) : View();
-    if (SameText(foundKind, kind) && SameText(foundItem, itemType) &&
-        (!map || SameText(foundValue, valueType)))
+    const auto text = [&](std::string_view name) {
+        return AttributeOf(top, name).value_or(std::string_view());
+    };
+    const std::string_view foundKind = text(kKeyType), foundItem = text("varkeytype"),
+                           foundValue = map ? text("vartype") : std::string_view();
+    if (foundKind == kind && foundItem == itemType && (!map || foundValue == valueType))
         return true;
-    return WrongContainer(kind, itemType, valueType, Utf8Of(foundKind), Utf8Of(foundItem),
-                          Utf8Of(foundValue));
+    return WrongContainer(kind, itemType, valueType, foundKind, foundItem, foundValue);
 }
 
 // The text of the innermost open element, once its keytype (when it has one) is `type`. Like
@@ -361,10 +345,10 @@ bool StreamEngineReader::IsContainer(std::string_view kind, std::string_view ite
 bool StreamEngineReader::TextOf(std::string_view type, TextPieces& pieces) {
     if (Failed()) return false;
     Frame& top = m_frames[m_openFrames - 1];
-    if (const auto keyType = AttributeOf(top, kKeyType); keyType && !SameText(*keyType, type))
-        return Fail(std::string(type), "keytype " + Utf8Of(*keyType));
+    if (const auto keyType = AttributeOf(top, kKeyType); keyType && *keyType != type)
+        return Fail(std::string(type), "keytype " + std::string(*keyType));
     if (!top.live) {
-        pieces.Take(m_held[top.held].text);
+        pieces.TakeUtf8(m_held[top.held].text);
         return true;
     }
     if (!m_onStartTag || !m_reader->ReadText(pieces)) return Stopped();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -67,22 +68,19 @@ public:
     bool NextObject(std::string_view elementName, std::size_t index);
 
 private:
-    using Wide = CBasicString<WideChar>;
-    using View = CBasicStringView<WideChar>;
-
-    // An element held for later, with its attributes and its own text; its descendants follow
-    // it, up to `end`.
+    // An element held for later, with its attributes and its own text, in UTF-8; its
+    // descendants follow it, up to `end`.
     struct Held {
-        Wide name;
-        std::vector<std::pair<Wide, Wide>> attributes;
-        Wide text;
+        std::string name;
+        std::vector<std::pair<std::string, std::string>> attributes;
+        std::string text;
         std::size_t end = 0;
         bool taken = false; // entered already
     };
 
     // An open element: read live from the document, or replayed from what was held.
     struct Frame {
-        View name;
+        std::string name;      // kept here: the reader's view of it lasts one event
         std::size_t index = 0; // an item's place in its container, from 1
         bool live = true;
         bool ended = false;     // live: its end tag has been read
@@ -103,9 +101,10 @@ private:
     bool Hold();
     Found Find(std::string_view elementName, std::string_view variableName, bool byVariable);
     bool EnterFound(const Found& found, std::string_view name);
-    bool Matches(View name, std::optional<View> variable, std::string_view elementName,
-                 std::string_view variableName, bool byVariable) const;
-    std::optional<View> AttributeOf(const Frame& frame, View name) const;
+    bool Matches(std::string_view name, std::optional<std::string_view> variable,
+                 std::string_view elementName, std::string_view variableName,
+                 bool byVariable) const;
+    std::optional<std::string_view> AttributeOf(const Frame& frame, std::string_view name) const;
     void Enter(std::string_view name, std::size_t index);
     void Replay(std::size_t held, std::string_view name, std::size_t index);
     bool Stopped();
@@ -115,7 +114,7 @@ private:
     std::vector<Frame> m_frames;  // the open elements; frames are reused, not freed
     std::size_t m_openFrames = 0; // how many of m_frames are open
     bool m_pending = false;       // the reader stands on the start tag of a child not entered
-    View m_childName;             // that child's name
+    std::string m_childName;      // that child's name
     bool m_onStartTag = false;    // the reader stands on the start tag of the innermost element
     // Elements passed over, for their class elements' later asks. Elements are held only while
     // the innermost open element is live, when no replayed frame (whose name is a view into
