@@ -6,6 +6,7 @@
 
 #include <xercesc/util/XMLChar.hpp>
 
+#include "classxml/platform/SameBytes.h"
 #include "classxml/xmlio/ParseLimits.h"
 #include "classxml/xmlio/XmlText.h"
 
@@ -304,11 +305,12 @@ Token Scanner::Content() {
                         Quoted(OpenName(m_depth - 1)));
         }
         if (c != '<') {
-            if (TextLength() == 0 && m_textInWindow) { // plain text and a tag after it, at once
+            if (TextLength() == 0 && m_textInWindow && m_at < LastTagOpen()) {
+                // plain text and a tag after it, at once; the text ends at the last '<' at most
                 const unsigned char* const data = Data();
                 std::size_t at = m_at;
                 const std::size_t end = End();
-                while (at < end && kContent[data[at]] == kPlain)
+                while (kContent[data[at]] == kPlain)
                     ++at;
                 if (at + 1 < end && data[at] == '<' && data[at + 1] != '!' && data[at + 1] != '?') {
                     m_textView =
@@ -677,42 +679,42 @@ bool Scanner::CData() {
 bool Scanner::PlainStartTag() {
     const unsigned char* const base = Data();
     const unsigned char* p = base + m_at;
-    const unsigned char* const end = base + End();
-    if (p == end || !kPlainName[*p] || (*p >= '0' && *p <= '9') || *p == '-' || *p == '.')
+    const unsigned char* const end = base + LastTagOpen(); // no loop below passes it
+    if (p >= end || !kPlainName[*p] || (*p >= '0' && *p <= '9') || *p == '-' || *p == '.')
         return false;
     const unsigned char* const name = p;
-    while (p < end && kPlainName[*p])
+    while (kPlainName[*p])
         ++p;
     const std::size_t nameLength = std::size_t(p - name);
     m_attributeCount = 0;
     for (;;) {
         if (p == end) return false;
-        if (*p == '>' || (*p == '/' && p + 1 < end && p[1] == '>')) break;
+        if (*p == '>' || (*p == '/' && p[1] == '>')) break;
         if (!Scanner::IsSpace(*p)) return false;
-        while (p < end && Scanner::IsSpace(*p))
+        while (Scanner::IsSpace(*p))
             ++p;
         if (p == end) return false;
         if (*p == '>' || *p == '/') continue;
         const unsigned char* const attribute = p;
         if (!kPlainName[*p] || (*p >= '0' && *p <= '9') || *p == '-' || *p == '.') return false;
-        while (p < end && kPlainName[*p])
+        while (kPlainName[*p])
             ++p;
         const std::string_view attributeName(reinterpret_cast<const char*>(attribute),
                                              std::size_t(p - attribute));
-        while (p < end && Scanner::IsSpace(*p))
+        while (Scanner::IsSpace(*p))
             ++p;
         if (p == end || *p != '=') return false;
         ++p;
-        while (p < end && Scanner::IsSpace(*p))
+        while (Scanner::IsSpace(*p))
             ++p;
         if (p == end || (*p != '"' && *p != '\'')) return false;
         const unsigned char quote = *p++;
         const unsigned char* const value = p;
-        while (p < end && kValue[*p] == kPlain)
+        while (kValue[*p] == kPlain)
             ++p;
         if (p == end || *p != quote) return false;
         for (std::size_t i = 0; i < m_attributeCount; ++i)
-            if (m_attributes[i].name == attributeName) return false;
+            if (platform::SameBytes(m_attributes[i].name, attributeName)) return false;
         AddAttribute(attributeName, std::string_view(reinterpret_cast<const char*>(value),
                                                      std::size_t(p - value)));
         ++p;
@@ -730,13 +732,27 @@ bool Scanner::PlainStartTag() {
     return true;
 }
 
+// The window's last '<', at which every loop of the plain readings stops, so that up to it they
+// need no bound checks: found again whenever the window changes, 0 when there is none ahead.
+std::size_t Scanner::LastTagOpen() {
+    if (Data() != m_lastTagOpenData || End() != m_lastTagOpenEnd) {
+        m_lastTagOpenData = Data();
+        m_lastTagOpenEnd = End();
+        std::size_t at = End();
+        while (at > m_at && Data()[at - 1] != '<')
+            --at;
+        m_lastTagOpen = at > m_at ? at - 1 : 0;
+    }
+    return m_lastTagOpen;
+}
+
 // An end tag in one piece of the window: the name of the element last started and ">".
 bool Scanner::PlainEndTag() {
     const std::string_view name = OpenName(m_depth - 1);
     if (m_at + name.size() + 1 > End()) return false;
     const unsigned char* p = Data() + m_at;
-    if (p[name.size()] != '>' || p[0] != static_cast<unsigned char>(name[0]) ||
-        std::memcmp(p + 1, name.data() + 1, name.size() - 1) != 0)
+    if (p[name.size()] != '>' ||
+        !platform::SameBytes(name, {reinterpret_cast<const char*>(p), name.size()}))
         return false;
     m_at += name.size() + 1;
     m_name = name; // stays in m_openNames until another element starts

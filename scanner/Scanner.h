@@ -76,6 +76,7 @@ private:
     bool Refill(std::size_t count);
     // The next byte, or -1 at the end.
     int Peek() { return m_at < End() || Have(1) ? Data()[m_at] : -1; }
+    std::size_t LastTagOpen();
     bool LookingAt(std::string_view text) {
         return Have(text.size()) && std::memcmp(Data() + m_at, text.data(), text.size()) == 0;
     }
@@ -158,6 +159,8 @@ private:
     std::string m_values;       // attribute values that references or white space changed
     std::string m_text;         // text that references or line ends changed
     bool m_textInWindow = true; // else in m_text
+    const unsigned char* m_lastTagOpenData = nullptr; // the window LastTagOpen looked at
+    std::size_t m_lastTagOpenEnd = 0, m_lastTagOpen = 0;
     std::size_t m_textStart = 0, m_textLength = 0;
     std::string_view m_textView;
     bool m_pendingTextReset = false; // m_text still holds the text last taken

@@ -47,7 +47,8 @@ public:
     virtual std::string_view AttributeValueUtf8(std::size_t index) = 0;
     // The index of an attribute by its name, or AttributeCount() when there is none.
     virtual std::size_t IndexOf(View name) = 0;
-    virtual std::size_t IndexOfUtf8(std::string_view name) = 0;
+    // The value of an attribute by its name, in one call: the archive's most frequent ask.
+    virtual std::optional<std::string_view> AttributeUtf8(std::string_view name) = 0;
     // Of the current text; HandText gives it to `pieces` in the form they take best.
     virtual View Text() = 0;
     virtual std::string_view TextUtf8() = 0;

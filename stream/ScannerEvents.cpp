@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "classxml/platform/SameBytes.h"
 #include "classxml/platform/Utf.h"
 
 namespace classxml::stream_detail {
@@ -108,8 +109,8 @@ StreamReader::View ScannerEvents::Wide(std::string_view utf8, CBasicString<WideC
     return into;
 }
 
-std::string_view ScannerEvents::Utf8(std::string_view internal, std::string& into) {
-    if (!m_utf16 || !HasSurrogate(internal)) return internal;
+std::string_view ScannerEvents::Utf8OfUtf16(std::string_view internal, std::string& into) {
+    if (!HasSurrogate(internal)) return internal;
     CBasicString<WideChar> wide;
     AppendWithSurrogates(internal, wide);
     into.clear();
@@ -159,11 +160,12 @@ std::string_view ScannerEvents::AttributeNameUtf8(std::size_t index) {
     return Utf8(m_scanner.AttributeName(index), m_attributeNamesUtf8[index]);
 }
 
-std::size_t ScannerEvents::IndexOfUtf8(std::string_view name) {
+std::optional<std::string_view> ScannerEvents::AttributeUtf8(std::string_view name) {
     const std::size_t count = m_scanner.AttributeCount();
     for (std::size_t i = 0; i < count; ++i)
-        if (m_scanner.AttributeName(i) == name) return i;
-    return count;
+        if (platform::SameBytes(m_scanner.AttributeName(i), name))
+            return m_utf16 ? AttributeValueUtf8(i) : m_scanner.AttributeValue(i);
+    return std::nullopt;
 }
 
 std::size_t ScannerEvents::IndexOf(View name) {

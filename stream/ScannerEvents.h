@@ -41,7 +41,7 @@ public:
     std::string_view AttributeValueUtf8(std::size_t index) override;
     std::string_view AttributeNameUtf8(std::size_t index) override;
     std::size_t IndexOf(View name) override;
-    std::size_t IndexOfUtf8(std::string_view name) override;
+    std::optional<std::string_view> AttributeUtf8(std::string_view name) override;
     View Text() override { return Wide(m_scanner.Text(), m_textWide, m_textSerial); }
     std::string_view TextUtf8() override { return Utf8(m_scanner.Text(), m_textUtf8); }
     void HandText(TextPieces& pieces) override;
@@ -60,7 +60,11 @@ private:
     View Wide(std::string_view utf8, CBasicString<WideChar>& into, std::uint64_t& serial);
     // The scanner's UTF-8 as it is, but for an unpaired surrogate of a UTF-16 document, which
     // is U+FFFD in UTF-8 (as the parser's text gives it).
-    std::string_view Utf8(std::string_view internal, std::string& into);
+    // The scanner's text of a UTF-8 document is the document's; only UTF-16 needs converting.
+    std::string_view Utf8(std::string_view internal, std::string& into) {
+        return m_utf16 ? Utf8OfUtf16(internal, into) : internal;
+    }
+    std::string_view Utf8OfUtf16(std::string_view internal, std::string& into);
     void Hand(std::string_view text); // text to the pieces it is sent to
     void HandTo(std::string_view text, TextPieces& pieces);
 

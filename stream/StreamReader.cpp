@@ -452,9 +452,7 @@ std::optional<StreamReader::View> StreamReader::Attribute(View name) const {
 std::optional<std::string_view> StreamReader::AttributeUtf8(std::string_view name) const {
     auto* source = m_impl->Current(Event::StartElement);
     if (!source) return std::nullopt;
-    const std::size_t index = source->IndexOfUtf8(name);
-    if (index == source->AttributeCount()) return std::nullopt;
-    return source->AttributeValueUtf8(index);
+    return source->AttributeUtf8(name);
 }
 
 StreamReader::View StreamReader::Text() const {

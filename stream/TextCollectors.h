@@ -138,28 +138,21 @@ private:
 };
 
 // The text of one value of a number family, bool included: short by nature, so at most
-// kLongest units are kept, which is all the strict conversions ever accept; of a longer text
-// only its start is kept, for the message.
+// kLongest bytes of its UTF-8 are kept, which is all the strict conversions ever accept; of a
+// longer text only its start is kept, for the message.
 class ValueText : public TextPieces {
 public:
     static constexpr std::size_t kLongest = 256;
 
     void Take(CBasicStringView<WideChar> piece) override {
+        std::string utf8;
+        platform::AppendUtf16ToUtf8(piece, utf8);
+        TakeUtf8(utf8);
+    }
+    void TakeUtf8(std::string_view piece) override {
         const std::size_t kept = std::min(piece.size(), kLongest - std::min(kLongest, m_length));
         std::copy_n(piece.data(), kept, m_text + m_length);
         m_length += piece.size();
-    }
-    // A number is ASCII: taken a byte a unit; anything else is converted, for the message.
-    void TakeUtf8(std::string_view piece) override {
-        if (std::all_of(piece.begin(), piece.end(),
-                        [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
-            const std::size_t kept =
-                std::min(piece.size(), kLongest - std::min(kLongest, m_length));
-            std::copy_n(piece.data(), kept, m_text + m_length);
-            m_length += piece.size();
-            return;
-        }
-        TextPieces::TakeUtf8(piece);
     }
 
     // The value, when the whole text is one value of its type.
@@ -169,19 +162,24 @@ public:
         return value_text::Codec<Value>::ParseExact(Kept());
     }
 
-    // The text as a message shows it: quoted, and cut short when long.
+    // The text as a message shows it: quoted, and cut short, at a character's start, when long.
     std::string Quoted() const {
         constexpr std::size_t kShown = 40;
-        std::string shown;
-        platform::AppendUtf16ToUtf8(Kept().substr(0, kShown), shown);
-        return '"' + shown + (m_length > kShown ? "...\"" : "\"");
+        std::string_view shown = Kept();
+        if (shown.size() > kShown) {
+            std::size_t cut = kShown;
+            while (cut > 0 && (static_cast<unsigned char>(shown[cut]) & 0xC0) == 0x80)
+                --cut;
+            shown = shown.substr(0, cut);
+        }
+        return '"' + std::string(shown) + (m_length > shown.size() ? "...\"" : "\"");
     }
 
 private:
-    CBasicStringView<WideChar> Kept() const { return {m_text, std::min(m_length, kLongest)}; }
+    std::string_view Kept() const { return {m_text, std::min(m_length, kLongest)}; }
 
-    WideChar m_text[kLongest]; // the start of the text, held in place: no allocation a value
-    std::size_t m_length = 0;  // of the whole text
+    char m_text[kLongest];    // the start of the text, held in place: no allocation a value
+    std::size_t m_length = 0; // of the whole text
 };
 
 } // namespace classxml::stream_detail

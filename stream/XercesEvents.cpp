@@ -259,12 +259,13 @@ std::string_view XercesEvents::AttributeNameUtf8(std::size_t index) {
 
 std::size_t XercesEvents::IndexOf(View name) { return IndexIn(m_parser->Front(), name); }
 
-std::size_t XercesEvents::IndexOfUtf8(std::string_view name) {
+std::optional<std::string_view> XercesEvents::AttributeUtf8(std::string_view name) {
     const bool ascii = std::all_of(name.begin(), name.end(),
                                    [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-    if (ascii) return IndexIn(m_parser->Front(), name);
-    const CBasicString<WideChar> wide = platform::Utf8ToUtf16(name);
-    return IndexIn(m_parser->Front(), View(wide));
+    const std::size_t index = ascii ? IndexIn(m_parser->Front(), name)
+                                    : IndexIn(m_parser->Front(), View(platform::Utf8ToUtf16(name)));
+    if (index == AttributeCount()) return std::nullopt;
+    return AttributeValueUtf8(index);
 }
 
 std::string_view XercesEvents::TextUtf8() {

@@ -59,7 +59,7 @@ public:
     std::string_view AttributeValueUtf8(std::size_t index) override;
     std::string_view AttributeNameUtf8(std::size_t index) override;
     std::size_t IndexOf(View name) override;
-    std::size_t IndexOfUtf8(std::string_view name) override;
+    std::optional<std::string_view> AttributeUtf8(std::string_view name) override;
     View Text() override { return View(m_text.data(), m_text.size()); }
     std::string_view TextUtf8() override;
     View DocTypeName() const override;

@@ -52,28 +52,33 @@ constexpr std::array<std::uint8_t, 256> kDigitValues = [] {
 unsigned LowByteDigit(WideChar unit) {
     return kDigitValues[static_cast<std::uint16_t>(unit) & 0xFF];
 }
-unsigned ExactDigit(WideChar unit) { return static_cast<unsigned>(unit) - unsigned('0'); }
+unsigned ExactDigit(char unit) { return static_cast<unsigned char>(unit) - unsigned('0'); }
 
 // The decimal digits at the start of `text`: how many units are digits, and their value, which
-// is nothing once it would pass `limit` (the check comes before the arithmetic, which therefore
-// never wraps).
+// is nothing once it passes `limit`. Any 19 digits fit in 64 bits, so only a longer run needs
+// its steps checked; past 64 bits the arithmetic wraps harmlessly, the value being dropped.
 struct Digits {
     std::size_t count = 0;
     std::optional<std::uint64_t> value = 0;
 };
-template <class DigitOf>
-Digits LeadingDigits(View text, std::uint64_t limit, DigitOf digitOf) {
-    const std::uint64_t cutoff = limit / 10, lastDigit = limit % 10;
-    Digits digits;
-    for (const WideChar unit : text) {
+template <class Unit, class DigitOf>
+Digits LeadingDigits(std::basic_string_view<Unit> text, std::uint64_t limit, DigitOf digitOf) {
+    constexpr std::size_t kSafeDigits = 19;
+    constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+    std::uint64_t value = 0;
+    std::size_t count = 0;
+    bool wrapped = false;
+    for (const Unit unit : text) {
         const unsigned digit = digitOf(unit);
         if (digit > 9) break;
-        if (*digits.value > cutoff || (*digits.value == cutoff && digit > lastDigit))
-            return {digits.count + 1, std::nullopt};
-        digits.value = *digits.value * 10 + digit;
-        ++digits.count;
+        if (count >= kSafeDigits &&
+            (value > kMost / 10 || (value == kMost / 10 && digit > kMost % 10)))
+            wrapped = true;
+        value = value * 10 + digit;
+        ++count;
     }
-    return digits;
+    if (wrapped || value > limit) return {count, std::nullopt};
+    return {count, value};
 }
 
 // The magnitude of a lenient number: its leading digits; nothing when there is none or it
@@ -84,17 +89,17 @@ std::optional<std::uint64_t> LeadingMagnitude(View text, std::uint64_t limit) {
 }
 
 // The magnitude of a strict number: every unit an ASCII digit, within `limit`.
-std::optional<std::uint64_t> ExactMagnitude(View text, std::uint64_t limit) {
+std::optional<std::uint64_t> ExactMagnitude(Narrow text, std::uint64_t limit) {
     const Digits digits = LeadingDigits(text, limit, ExactDigit);
     return text.empty() || digits.count != text.size() ? std::nullopt : digits.value;
 }
 
 // An optional sign and a magnitude within [min, max], read by `magnitudeOf`.
-template <class MagnitudeOf>
-std::optional<std::int64_t> SignedValue(View text, std::int64_t min, std::int64_t max,
-                                        MagnitudeOf magnitudeOf) {
-    const bool negative = !text.empty() && text.front() == WideChar('-');
-    if (!text.empty() && (negative || text.front() == WideChar('+'))) text.remove_prefix(1);
+template <class Unit, class MagnitudeOf>
+std::optional<std::int64_t> SignedValue(std::basic_string_view<Unit> text, std::int64_t min,
+                                        std::int64_t max, MagnitudeOf magnitudeOf) {
+    const bool negative = !text.empty() && text.front() == Unit('-');
+    if (!text.empty() && (negative || text.front() == Unit('+'))) text.remove_prefix(1);
     const std::uint64_t limit =
         negative ? static_cast<std::uint64_t>(-(min + 1)) + 1 : static_cast<std::uint64_t>(max);
     const std::optional<std::uint64_t> magnitude = magnitudeOf(text, limit);
@@ -157,31 +162,32 @@ double ParseDouble(View text) {
     return value;
 }
 
-std::optional<std::int64_t> ParseSignedExact(View text, std::int64_t min, std::int64_t max) {
+std::optional<std::int64_t> ParseSignedExact(Narrow text, std::int64_t min, std::int64_t max) {
     return SignedValue(text, min, max, ExactMagnitude);
 }
 
-std::optional<std::uint64_t> ParseUnsignedExact(View text, std::uint64_t max) {
+std::optional<std::uint64_t> ParseUnsignedExact(Narrow text, std::uint64_t max) {
     return ExactMagnitude(text, max);
 }
 
-std::optional<double> ParseDoubleExact(View text) {
-    char narrow[64];
-    if (text.empty() || text.size() > sizeof narrow) return std::nullopt;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (static_cast<std::uint16_t>(text[i]) >= 0x80) return std::nullopt;
-        narrow[i] = static_cast<char>(text[i]);
-    }
+std::optional<double> ParseDoubleExact(Narrow text) {
     double value = 0.0;
     const auto [end, error] =
-        std::from_chars(narrow, narrow + text.size(), value, std::chars_format::general);
-    if (error != std::errc() || end != narrow + text.size()) return std::nullopt;
+        std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::general);
+    if (text.empty() || error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
     return value;
 }
 
 std::optional<bool> ParseBool(View text) {
     if (text == View(WIDE("true"))) return true;
     if (text == View(WIDE("false"))) return false;
+    return std::nullopt;
+}
+
+std::optional<bool> ParseBoolExact(Narrow text) {
+    if (text == "true") return true;
+    if (text == "false") return false;
     return std::nullopt;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <string_view>
 #include <type_traits>
 
 #include "classxml/BasicString.h"
@@ -49,10 +50,13 @@ std::optional<bool> ParseBool(View text);
 
 // Strict forms, for readers that take the whole text as the value: no blanks, nothing after
 // the number, nothing out of range. Integers may carry one sign; doubles are the general
-// floating format. Nothing when the text is not exactly one value.
-std::optional<std::int64_t> ParseSignedExact(View text, std::int64_t min, std::int64_t max);
-std::optional<std::uint64_t> ParseUnsignedExact(View text, std::uint64_t max);
-std::optional<double> ParseDoubleExact(View text);
+// floating format. Nothing when the text is not exactly one value. A value's text is ASCII,
+// so these read the bytes of UTF-8 text as they stand.
+using Narrow = std::string_view;
+std::optional<std::int64_t> ParseSignedExact(Narrow text, std::int64_t min, std::int64_t max);
+std::optional<std::uint64_t> ParseUnsignedExact(Narrow text, std::uint64_t max);
+std::optional<double> ParseDoubleExact(Narrow text);
+std::optional<bool> ParseBoolExact(Narrow text);
 
 // Writing and reading one value type; every typed property member goes through these.
 template <class Value>
@@ -73,7 +77,7 @@ requires(!std::same_as<Value, bool>) struct Codec<Value> {
         else
             return static_cast<Value>(ParseUnsigned(text, Limits::max()));
     }
-    static std::optional<Value> ParseExact(View text) {
+    static std::optional<Value> ParseExact(Narrow text) {
         using Limits = std::numeric_limits<Value>;
         if constexpr (std::is_signed_v<Value>) {
             const auto value = ParseSignedExact(text, Limits::min(), Limits::max());
@@ -89,12 +93,12 @@ template <>
 struct Codec<double> {
     static Text Format(double value) { return FormatDouble(value); }
     static double Parse(View text) { return ParseDouble(text); }
-    static std::optional<double> ParseExact(View text) { return ParseDoubleExact(text); }
+    static std::optional<double> ParseExact(Narrow text) { return ParseDoubleExact(text); }
 };
 
 template <>
 struct Codec<bool> {
-    static std::optional<bool> ParseExact(View text) { return ParseBool(text); }
+    static std::optional<bool> ParseExact(Narrow text) { return ParseBoolExact(text); }
 };
 
 // Identifiers and times are their underlying number.
@@ -104,7 +108,7 @@ struct Codec<NamedType<Number, Tag>> {
     static NamedType<Number, Tag> Parse(View text) {
         return NamedType<Number, Tag>(Codec<Number>::Parse(text));
     }
-    static std::optional<NamedType<Number, Tag>> ParseExact(View text) {
+    static std::optional<NamedType<Number, Tag>> ParseExact(Narrow text) {
         const auto number = Codec<Number>::ParseExact(text);
         return number ? std::optional(NamedType<Number, Tag>(*number)) : std::nullopt;
     }
@@ -115,7 +119,7 @@ template <>
 struct Codec<DB_VERSIONNUMBER> {
     static Text Format(DB_VERSIONNUMBER value) { return FormatVersion(value.get()); }
     static DB_VERSIONNUMBER Parse(View text) { return DB_VERSIONNUMBER(ParseDouble(text)); }
-    static std::optional<DB_VERSIONNUMBER> ParseExact(View text) {
+    static std::optional<DB_VERSIONNUMBER> ParseExact(Narrow text) {
         const auto number = ParseDoubleExact(text);
         return number ? std::optional(DB_VERSIONNUMBER(*number)) : std::nullopt;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "classxml/archive/detail/StartOnFirstUse.h"
+#include "classxml/platform/SameBytes.h"
 #include "classxml/platform/Utf.h"
 #include "classxml/stream/StreamReader.h"
 #include "classxml/xmlio/ReadSettings.h"
@@ -64,7 +65,8 @@ bool StreamEngineReader::Stopped() {
 void StreamEngineReader::Enter(std::string_view name, std::size_t index) {
     if (m_openFrames == m_frames.size()) m_frames.emplace_back();
     Frame& frame = m_frames[m_openFrames++];
-    frame.name = m_childName;
+    if (!platform::SameBytes(frame.name, m_childName))
+        frame.name = m_childName; // items mostly share a name
     frame.index = index;
     frame.live = true;
     frame.ended = false;
@@ -203,7 +205,7 @@ StreamEngineReader::Found StreamEngineReader::Find(std::string_view elementName,
     }
     if (!top.live) return {};
     while (NextChild()) {
-        if (m_childName == elementName &&
+        if (platform::SameBytes(m_childName, elementName) &&
             (!byVariable || Matches(m_childName, m_reader->AttributeUtf8(kVarName), elementName,
                                     variableName, true)))
             return {Found::Where::Next, 0};
@@ -246,7 +248,7 @@ bool StreamEngineReader::EnterClassMember(std::string_view elementName,
 
 bool StreamEngineReader::NextObject(std::string_view elementName, std::size_t index) {
     while (NextChild()) {
-        if (m_childName == elementName) return Enter({}, index), true;
+        if (platform::SameBytes(m_childName, elementName)) return Enter({}, index), true;
         if (!SkipChild()) return false;
     }
     return false;
@@ -345,7 +347,8 @@ bool StreamEngineReader::IsContainer(std::string_view kind, std::string_view ite
 bool StreamEngineReader::TextOf(std::string_view type, TextPieces& pieces) {
     if (Failed()) return false;
     Frame& top = m_frames[m_openFrames - 1];
-    if (const auto keyType = AttributeOf(top, kKeyType); keyType && *keyType != type)
+    if (const auto keyType = AttributeOf(top, kKeyType);
+        keyType && !platform::SameBytes(*keyType, type))
         return Fail(std::string(type), "keytype " + std::string(*keyType));
     if (!top.live) {
         pieces.TakeUtf8(m_held[top.held].text);

@@ -114,7 +114,7 @@ private:
     std::vector<Frame> m_frames;  // the open elements; frames are reused, not freed
     std::size_t m_openFrames = 0; // how many of m_frames are open
     bool m_pending = false;       // the reader stands on the start tag of a child not entered
-    std::string m_childName;      // that child's name
+    std::string_view m_childName; // that child's name, the reader's while it stands there
     bool m_onStartTag = false;    // the reader stands on the start tag of the innermost element
     // Elements passed over, for their class elements' later asks. Elements are held only while
     // the innermost open element is live, when no replayed frame (whose name is a view into
