@@ -9,7 +9,7 @@ namespace classxml::platform {
 // Whether two byte strings are equal. Element and attribute names and short values, compared
 // by the million in a read, are mostly under 16 bytes: two overlapping word loads settle those
 // without the call into the C library that comparing a string view makes.
-inline bool SameBytes(std::string_view a, std::string_view b) {
+[[gnu::always_inline]] inline bool SameBytes(std::string_view a, std::string_view b) {
     const std::size_t size = a.size();
     if (size != b.size()) return false;
     const char* x = a.data();

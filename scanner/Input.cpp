@@ -8,7 +8,6 @@ namespace classxml::scanner {
 namespace {
 
 // How much is read from the source (or checked in place) at a time.
-constexpr std::size_t kBlock = 256 * 1024;
 
 // The length of a well-formed UTF-8 sequence from its first bytes (Unicode's table of legal
 // sequences), or 0 when the bytes cannot start one; `available` of them are there.
@@ -100,8 +99,10 @@ std::size_t Input::CheckUtf8(std::size_t from, std::size_t to) {
         const std::size_t length = WellFormedLength(bytes + at, to - at);
         if (length != 0 && at + length > to && !m_sourceEnded) return at; // the rest comes later
         // The parser's decoder takes a sequence that the end of the document cuts short, by the
-        // length its first byte announces, for the end of the document.
-        if (m_sourceEnded && to - at <= XercesTrailingBytes(bytes[at])) return at;
+        // length its first byte announces, for the end of the document; in a document in
+        // memory, not one of C0 or C1, which can start no sequence.
+        const bool neverFirst = m_inPlace && bytes[at] < 0xC2;
+        if (m_sourceEnded && !neverFirst && to - at <= XercesTrailingBytes(bytes[at])) return at;
         if (length == 0 || at + length > to) {
             m_broken = true;
             m_brokenAt = m_dropped + at;

@@ -117,7 +117,7 @@ std::uint64_t HashOf(std::string_view name) {
 
 Scanner::Scanner(ByteSource& source, Encoding encoding, std::size_t byteOrderMark,
                  std::size_t declaration)
-    : m_input(source, encoding, byteOrderMark), m_utf16(encoding != Encoding::Utf8),
+    : m_input(source, encoding, byteOrderMark),
       m_at(declaration) {
     m_input.Refill(0);
 }

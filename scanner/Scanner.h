@@ -75,7 +75,7 @@ private:
     bool Have(std::size_t count) { return m_at + count <= End() || Refill(count); }
     bool Refill(std::size_t count);
     // The next byte, or -1 at the end.
-    int Peek() { return m_at < End() || Have(1) ? Data()[m_at] : -1; }
+    [[gnu::always_inline]] int Peek() { return m_at < End() || Have(1) ? Data()[m_at] : -1; }
     std::size_t LastTagOpen();
     bool LookingAt(std::string_view text) {
         return Have(text.size()) && std::memcmp(Data() + m_at, text.data(), text.size()) == 0;
@@ -141,7 +141,6 @@ private:
     Token Stop(); // the end, the window's end where the document is broken
 
     Input m_input;
-    bool m_utf16;
     std::size_t m_at;
     Place_ m_where = Place_::Prolog;
     bool m_endPending = false; // an empty-element tag's end is the next token

@@ -199,8 +199,9 @@ bool StreamReader::Impl::OpenInput(const CBasicString<WideChar>* path) {
 }
 
 bool StreamReader::Impl::OpenMemory(const void* bytes, std::size_t byteCount, bool utf16) {
-    if (m_state != State::New || byteCount == 0) return Refuse();
-    diagnostics::Begin();
+    if (m_state != State::New) return Refuse();
+    diagnostics::Begin(); // an empty document too is a reading of its own
+    if (byteCount == 0) return Refuse();
     m_state = State::Reading;
     const auto makeParser = [bytes, byteCount, utf16](bool namesNoDtd) {
         stream_detail::ParserInput input;

@@ -35,10 +35,10 @@ using AnyFamily = std::variant<CLASSXML_VALUE_FAMILIES(CLASSXML_FAMILY_ALTERNATI
 
 // The type text of each family.
 template <class Family>
-constexpr const char* kFamilyText = nullptr;
+inline constexpr const char* kFamilyText = nullptr;
 #define CLASSXML_FAMILY_TEXT(Type, Text)                                                           \
     template <>                                                                                    \
-    constexpr const char* kFamilyText<Type> = Text;
+    inline constexpr const char* kFamilyText<Type> = Text;
 CLASSXML_VALUE_FAMILIES(CLASSXML_FAMILY_TEXT)
 #undef CLASSXML_FAMILY_TEXT
 

@@ -107,21 +107,23 @@ bool Source::NameDtd(std::string_view systemId) {
     }
 }
 
+// The head read before goes first, and the rest of the request is read on from the file, so that
+// a file is read in the same pieces however much of it the head held.
 std::size_t Source::ReadNext(unsigned char* into, std::size_t capacity) {
+    std::size_t count = 0;
     if (m_readNext < m_head.size()) {
-        const std::size_t count =
-            std::min<std::size_t>(capacity, m_head.size() - std::size_t(m_readNext));
+        count = std::min<std::size_t>(capacity, m_head.size() - std::size_t(m_readNext));
         std::memcpy(into, m_head.data() + m_readNext, count);
         m_readNext += count;
-        return count;
     }
-    if (m_ended || m_descriptor < 0) return 0;
+    if (count == capacity || m_ended || m_descriptor < 0) return count;
     int error = 0;
-    const std::int64_t got = platform::ReadFile(m_descriptor, into, capacity, error);
-    if (got <= 0) return 0; // the end, or an error taken for it
+    const std::int64_t got =
+        platform::ReadFile(m_descriptor, into + count, capacity - count, error);
+    if (got <= 0) return count; // the end, or an error taken for it
     m_budget.Arrived(std::uint64_t(got));
     m_readNext += std::uint64_t(got);
-    return std::size_t(got);
+    return count + std::size_t(got);
 }
 
 std::unique_ptr<Source> Source::Restarted(parse_limits::Budget& budget,
