@@ -12,46 +12,12 @@
 #include "FuzzSupport.h"
 #include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 #include "classxml/stream/StreamReader.h"
-#include "classxml/xmlio/Diagnostics.h"
+#include "support/Transcript.h"
 
 namespace {
 
 using classxml::StreamReader;
-using Event = StreamReader::Event;
-
-// What a reading came to, as text: one line per event, the verdict, the first complaint.
-std::string Transcript(StreamReader& reader) {
-    std::string events, text;
-    Event event;
-    while ((event = reader.Next()) != Event::End && event != Event::Error) {
-        if (event == Event::Text) {
-            text += reader.TextUtf8();
-            continue;
-        }
-        if (!text.empty()) events += "T " + text + "\n", text.clear();
-        events += event == Event::StartElement ? "S " : "E ";
-        events += reader.NameUtf8();
-        for (std::size_t i = 0; event == Event::StartElement && i < reader.AttributeCount(); ++i) {
-            events += ' ';
-            events += classxml::platform::AsBytes(
-                classxml::platform::Utf16ToUtf8(reader.AttributeName(i)));
-            events += '=';
-            events += classxml::platform::AsBytes(
-                classxml::platform::Utf16ToUtf8(reader.AttributeValue(i)));
-        }
-        events += '\n';
-    }
-    if (event == Event::End)
-        events += "T " + text + "\nEND\n";
-    else
-        events += "ERROR\n"; // the text an error cut off is left out
-    for (const classxml::Diagnostic& diagnostic : classxml::LastDiagnostics()) {
-        events += std::to_string(diagnostic.line) + ':' + std::to_string(diagnostic.column) + ' ' +
-                  diagnostic.message + '\n';
-        break;
-    }
-    return events;
-}
+using classxml::testing::Transcript;
 
 template <class Open>
 void Compare(Open open) {
