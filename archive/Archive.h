@@ -123,7 +123,7 @@ Result Load(T& object, Engine engine, auto start) {
 ///@{
 template <class T>
 Result SaveToFile(std::string_view path, const T& object, const DocumentType& doctype = {},
-                  Engine engine = Engine::Dom) {
+                  Engine engine = Engine::Stream) {
     return archive_detail::Save({path}, object, doctype, engine);
 }
 template <class T>
@@ -137,7 +137,7 @@ Result SaveToFile(std::string_view path, const T& object, Engine engine) {
 ///@{
 template <class T>
 Result SaveToString(std::string& xml, const T& object, const DocumentType& doctype = {},
-                    Engine engine = Engine::Dom) {
+                    Engine engine = Engine::Stream) {
     return archive_detail::Save({{}, &xml}, object, doctype, engine);
 }
 template <class T>
@@ -159,7 +159,7 @@ Result LoadFromFile(std::string_view path, T& object, const LoadOptions& options
     });
 }
 template <class T>
-Result LoadFromFile(std::string_view path, T& object, Engine engine = Engine::Dom) {
+Result LoadFromFile(std::string_view path, T& object, Engine engine = Engine::Stream) {
     return LoadFromFile(path, object, LoadOptions{engine, {}, false});
 }
 ///@}
@@ -174,7 +174,7 @@ Result LoadFromString(std::string_view xml, T& object, const LoadOptions& option
     });
 }
 template <class T>
-Result LoadFromString(std::string_view xml, T& object, Engine engine = Engine::Dom) {
+Result LoadFromString(std::string_view xml, T& object, Engine engine = Engine::Stream) {
     return LoadFromString(xml, object, LoadOptions{engine, {}, false});
 }
 ///@}

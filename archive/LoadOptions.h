@@ -13,7 +13,7 @@ namespace classxml {
 /// How a load reads its document.
 struct LoadOptions {
     /// The engine it reads on.
-    Engine engine = Engine::Dom;
+    Engine engine = Engine::Stream;
     /// Where the DTDs a document names are looked up (UTF-8). By default, in the DTD directory
     /// when one is set (CXMLClassReaderWriter::SetDtdDirectory), otherwise beside the file
     /// loaded (in the current folder for a string).
