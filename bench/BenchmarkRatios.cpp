@@ -20,6 +20,14 @@ public:
     std::map<std::string, double> medians; // in the benchmark's time unit
 };
 
+// Fixed iterations per repetition, medians reported.
+void Configure(benchmark::internal::Benchmark* benchmark, int iterations, int repetitions) {
+    benchmark->Unit(benchmark::kMillisecond)
+        ->Iterations(iterations)
+        ->Repetitions(repetitions)
+        ->ReportAggregatesOnly(true);
+}
+
 } // namespace
 
 std::filesystem::path ScratchDirectory(const char* name) {
@@ -36,14 +44,20 @@ std::filesystem::path ScratchDirectory(const char* name) {
 
 void Register(const char* name, void (*function)(benchmark::State&), int iterations,
               int repetitions) {
-    benchmark::RegisterBenchmark(name, function)
-        ->Unit(benchmark::kMillisecond)
-        ->Iterations(iterations)
-        ->Repetitions(repetitions)
-        ->ReportAggregatesOnly(true);
+    Configure(benchmark::RegisterBenchmark(name, function), iterations, repetitions);
 }
 
-int RunAndCompare(int argc, char** argv, const std::vector<Ratio>& ratios) {
+void Register(const char* name, std::function<std::size_t()> work, int iterations,
+              int repetitions) {
+    const auto run = [work](benchmark::State& state) {
+        for (auto _ : state)
+            benchmark::DoNotOptimize(work());
+    };
+    Configure(benchmark::RegisterBenchmark(name, run), iterations, repetitions);
+}
+
+int RunAndCompare(int argc, char** argv, const std::vector<Ratio>& ratios,
+                  const std::vector<Rate>& rates) {
     // Repetitions of the two sides run interleaved in random order, so that whatever drifts
     // during the run (heap state, page cache, frequency) weighs on both alike.
     std::vector<char*> arguments(argv, argv + argc);
@@ -72,6 +86,12 @@ int RunAndCompare(int argc, char** argv, const std::vector<Ratio>& ratios) {
                     : within      ? "ok"
                                   : "OVER");
     }
+    if (!rates.empty()) std::printf("\n%-44s %10s\n", "throughput (median time)", "MB/s");
+    for (const Rate& rate : rates)
+        if (const auto median = collector.medians.find(rate.name);
+            median != collector.medians.end())
+            std::printf("%-44s %10.0f\n", rate.label.c_str(),
+                        rate.bytes / 1e6 / (median->second / 1e3));
     return failures == 0 ? 0 : 1;
 }
 

@@ -20,9 +20,7 @@ using Handle = CXMLClassReaderWriter;
 using Wide = CBasicString<WideChar>;
 using namespace xercesc;
 
-Wide Utf16(const std::string& text) {
-    return platform::Utf8ToUtf16(text);
-}
+Wide Utf16(const std::string& text) { return platform::Utf8ToUtf16(text); }
 
 std::string Utf8(CBasicStringView<WideChar> text) {
     const CBasicString<char8_t> utf8 = platform::Utf16ToUtf8(text);

@@ -148,8 +148,9 @@ std::size_t CountWithSax(std::string_view xml, Scan scan) {
     return handler.events;
 }
 
-std::size_t CountStreamEvents(std::string_view xml) {
+std::size_t CountStreamEvents(std::string_view xml, Reading reading) {
     StreamReader reader;
+    if (reading == Reading::Parser) reader.ReadWithParser();
     reader.OpenString(xml);
     std::size_t events = 0;
     for (auto event = reader.Next();

@@ -19,9 +19,11 @@ enum class Scan { Progressive, Whole };
 std::vector<Record> ReadWithSax(std::string_view xml, Scan scan = Scan::Progressive);
 std::size_t CountWithSax(std::string_view xml, Scan scan = Scan::Progressive);
 
-// StreamReader: every event pulled and nothing done; the records through NameUtf8, ReadValue
-// and ReadText; and the records from Name, Text and std::from_chars.
-std::size_t CountStreamEvents(std::string_view xml);
+// StreamReader: every event pulled and nothing done, read by the engine's own scanner or, as
+// before it had one, by the parser; the records through NameUtf8, ReadValue and ReadText; and
+// the records from Name, Text and std::from_chars.
+enum class Reading { Scanner, Parser };
+std::size_t CountStreamEvents(std::string_view xml, Reading reading = Reading::Scanner);
 std::vector<Record> ReadWithStreamReader(std::string_view xml);
 std::vector<Record> ReadWithStreamEvents(std::string_view xml);
 
