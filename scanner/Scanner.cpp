@@ -117,8 +117,7 @@ std::uint64_t HashOf(std::string_view name) {
 
 Scanner::Scanner(ByteSource& source, Encoding encoding, std::size_t byteOrderMark,
                  std::size_t declaration)
-    : m_input(source, encoding, byteOrderMark),
-      m_at(declaration) {
+    : m_input(source, encoding, byteOrderMark), m_at(declaration) {
     m_input.Refill(0);
 }
 
@@ -733,11 +732,15 @@ bool Scanner::PlainStartTag() {
 }
 
 // The window's last '<', at which every loop of the plain readings stops, so that up to it they
-// need no bound checks: found again whenever the window changes, 0 when there is none ahead.
+// need no bound checks: found again whenever the window moves, grows or is refilled in place,
+// 0 when there is none ahead.
 std::size_t Scanner::LastTagOpen() {
-    if (Data() != m_lastTagOpenData || End() != m_lastTagOpenEnd) {
+    const std::uint64_t windowStart = m_input.OffsetOf(0); // moves with every drop
+    if (Data() != m_lastTagOpenData || End() != m_lastTagOpenEnd ||
+        windowStart != m_lastTagOpenStart) {
         m_lastTagOpenData = Data();
         m_lastTagOpenEnd = End();
+        m_lastTagOpenStart = windowStart;
         std::size_t at = End();
         while (at > m_at && Data()[at - 1] != '<')
             --at;

@@ -159,6 +159,7 @@ private:
     std::string m_text;         // text that references or line ends changed
     bool m_textInWindow = true; // else in m_text
     const unsigned char* m_lastTagOpenData = nullptr; // the window LastTagOpen looked at
+    std::uint64_t m_lastTagOpenStart = 0;
     std::size_t m_lastTagOpenEnd = 0, m_lastTagOpen = 0;
     std::size_t m_textStart = 0, m_textLength = 0;
     std::string_view m_textView;
