@@ -28,9 +28,9 @@
 
 #include "BenchmarkRatios.h"
 #include "HandleRecords.h"
+#include "HeapCount.h"
 #include "RecordArchive.h"
 #include "SaxRecords.h"
-#include "classxml/platform/ProcessMemory.h"
 #include "classxml/platform/Utf.h"
 #include "classxml/stream/StreamReader.h"
 
@@ -201,8 +201,8 @@ int CountInstructions(const char* program) {
     return failures == 0 ? 0 : 1;
 }
 
-// One side of the memory measure, once, in this fresh process: how far it raised the peak
-// resident memory beyond what the process held before. The stream engine writes and reads
+// One side of the memory measure, once, in this fresh process: how far it raised the program's
+// heap at its peak beyond what the process held before. The stream engine writes and reads
 // `file` a record at a time, or steps through the events of `file`; the others hold their
 // records and their document's text in memory, as they must, before the measure starts.
 double PeakGrowth(const std::string& side, std::size_t count, const std::string& file) {
@@ -213,7 +213,8 @@ double PeakGrowth(const std::string& side, std::size_t count, const std::string&
         std::ifstream in(file, std::ios::binary);
         xml.assign(std::istreambuf_iterator<char>(in), {});
     }
-    const double before = double(platform::PeakResidentBytes());
+    heap::RestartPeak();
+    const double before = double(heap::Live());
     if (side == "write-stream") {
         RecordMaker maker;
         ObjectWriter out(InFile{file}, "Records");
@@ -246,7 +247,7 @@ double PeakGrowth(const std::string& side, std::size_t count, const std::string&
     } else if (side == "read-cereal") {
         if (ReadCereal(xml).size() != count) return -1;
     }
-    return (double(platform::PeakResidentBytes()) - before) / (1 << 20);
+    return (double(heap::Peak()) - before) / (1 << 20);
 }
 
 // A document of one text of `mebibytes` MiB, written a chunk at a time.
@@ -286,7 +287,7 @@ bool PrintPeaks(const char* program) {
         answer >> growth;
         return growth;
     };
-    std::printf("\npeak memory growth (MiB, a fresh process each)   stream 10,000  stream 100,000"
+    std::printf("\npeak heap growth (MiB, a fresh process each)     stream 10,000  stream 100,000"
                 "  stream 1,000,000  DOM 100,000  cereal 100,000\n");
     bool within = true;
     for (const char* step : {"write", "read"}) {

@@ -45,7 +45,7 @@ public:
     // of up to 16 Ki units) together.
     static constexpr std::size_t kLookahead = 128 * 1024;
     // How much is read at once: the window first ends kLookahead short of two blocks.
-    static constexpr std::size_t kBlock = 256 * 1024;
+    static constexpr std::size_t kBlock = 128 * 1024;
 
     // `skip`: the bytes of a byte-order mark, which count for nothing.
     Input(ByteSource& source, Encoding encoding, std::size_t skip);

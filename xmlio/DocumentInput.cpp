@@ -115,6 +115,7 @@ std::size_t Source::ReadNext(unsigned char* into, std::size_t capacity) {
         count = std::min<std::size_t>(capacity, m_head.size() - std::size_t(m_readNext));
         std::memcpy(into, m_head.data() + m_readNext, count);
         m_readNext += count;
+        if (m_readNext == m_head.size()) std::vector<unsigned char>().swap(m_head); // all given
     }
     if (count == capacity || m_ended || m_descriptor < 0) return count;
     int error = 0;
