@@ -97,7 +97,9 @@ std::string Generated(const std::uint8_t* data, std::size_t size) {
                                           "&#12a;",
                                           "<?xmlx?>",
                                           "<e></e >",
-                                          "<e></e x>"};
+                                          "<e></e x>",
+                                          "\xC2\x85",
+                                          "\xE2\x80\xA8"};
     constexpr std::size_t kCount = sizeof kPieces / sizeof kPieces[0];
     std::string xml;
     for (std::size_t i = 1; i < size; ++i) {

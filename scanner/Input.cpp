@@ -254,8 +254,11 @@ void Input::Drop(std::size_t count) {
         previousReturn = bytes[i] == '\r';
         if (bytes[i] == '\n' || bytes[i] == '\r') lineStart = i + 1;
     }
-    const std::uint64_t units = UnitsOf(bytes + lineStart, count - lineStart);
+    const std::uint64_t units = ColumnsIn(lineStart, count);
     m_droppedLines += feeds + returns - pairs;
+    // What lies before the window no longer counts for its columns.
+    m_noColumn.erase(m_noColumn.begin(),
+                     std::lower_bound(m_noColumn.begin(), m_noColumn.end(), OffsetOf(count)));
     m_droppedColumnUnits = lineStart > 0 ? units : m_droppedColumnUnits + units;
     if (count > 0) m_droppedEndsWithCarriageReturn = bytes[count - 1] == '\r';
     std::memmove(m_data, m_data + count, m_read - count);
@@ -284,6 +287,7 @@ std::size_t Input::Refill(std::size_t keep) {
 Place Input::PlaceOf(std::size_t at) const {
     const unsigned char* bytes = m_data;
     Place place{m_droppedLines + 1, m_droppedColumnUnits + 1};
+    std::size_t lineStart = 0;
     for (std::size_t i = 0; i < at; ++i) {
         const unsigned char byte = bytes[i];
         if (byte == '\n') {
@@ -291,14 +295,23 @@ Place Input::PlaceOf(std::size_t at) const {
                 i == 0 ? m_droppedEndsWithCarriageReturn : bytes[i - 1] == '\r';
             if (!afterReturn) ++place.line;
             place.column = 1;
+            lineStart = i + 1;
         } else if (byte == '\r') {
             ++place.line;
             place.column = 1;
-        } else if ((byte & 0xC0) != 0x80) {
-            place.column += byte >= 0xF0 ? 2 : 1;
+            lineStart = i + 1;
         }
     }
+    place.column += ColumnsIn(lineStart, at);
     return place;
+}
+
+std::uint64_t Input::ColumnsIn(std::size_t from, std::size_t to) const {
+    std::uint64_t columns = UnitsOf(m_data + from, to - from);
+    for (auto it = std::lower_bound(m_noColumn.begin(), m_noColumn.end(), OffsetOf(from));
+         it != m_noColumn.end() && *it < OffsetOf(to); ++it)
+        --columns;
+    return columns;
 }
 
 } // namespace classxml::scanner

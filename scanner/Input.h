@@ -68,6 +68,8 @@ public:
     // The document offset of a window offset, and the line and column at a window offset.
     std::uint64_t OffsetOf(std::size_t at) const { return m_dropped + at; }
     Place PlaceOf(std::size_t at) const;
+    // The character at a window offset counts no column, as the parser reads it there.
+    void CountNoColumn(std::size_t at) { m_noColumn.push_back(OffsetOf(at)); }
 
 private:
     void ReadMore();
@@ -75,7 +77,11 @@ private:
     void ConvertUtf16(const unsigned char* bytes, std::size_t count);
     void Drop(std::size_t count);
 
+    // The characters in [from, to) of the window that count a column.
+    std::uint64_t ColumnsIn(std::size_t from, std::size_t to) const;
+
     ByteSource& m_source;
+    std::vector<std::uint64_t> m_noColumn; // document offsets, ascending, on the window's lines
     Encoding m_encoding;
     std::size_t m_skip;
     std::vector<unsigned char> m_window;

@@ -33,13 +33,26 @@ constexpr std::array<unsigned char, 256> kContent = [] {
     return table;
 }();
 
+// Markup that the parser reads a character at a time (comments, CDATA, attribute values) stops
+// at the first bytes of U+0085 and U+2028 too, which it reads there without counting a column.
+constexpr std::array<unsigned char, 256> kMarkup = [] {
+    std::array<unsigned char, 256> table = kContent;
+    table[0xC2] = table[0xE2] = kStop;
+    return table;
+}();
+
 // Attribute values stop at the quotes too, and at white space to normalise.
 constexpr std::array<unsigned char, 256> kValue = [] {
-    std::array<unsigned char, 256> table = kContent;
+    std::array<unsigned char, 256> table = kMarkup;
     table['"'] = table['\''] = table['\t'] = table['\n'] = kStop;
     table[']'] = kPlain;
     return table;
 }();
+
+// U+0085 and U+2028, which the parser takes for line ends in XML 1.1 only; in XML 1.0, where it
+// reads a character at a time, it counts no column for them (where it reads runs of text, it
+// does).
+bool CountsNoColumn(char32_t character) { return character == 0x85 || character == 0x2028; }
 
 // The characters of names that need no looking at: ASCII letters, digits, "_", ":", "-", ".";
 // a name starts with none of the last three or a digit.
@@ -456,6 +469,9 @@ bool Scanner::CharacterData() {
             }
             GatherWindow(m_at, m_at + brackets);
             m_at += brackets;
+            // The parser reads the character after a ']' on its own.
+            std::size_t length = 0;
+            if (Have(1) && CountsNoColumn(CharacterAt(0, length))) m_input.CountNoColumn(m_at);
             continue;
         }
         if (byte == '\r') { // a line end, as a line feed
@@ -467,6 +483,7 @@ bool Scanner::CharacterData() {
         }
         std::size_t length = 0;
         const char32_t character = CharacterAt(0, length);
+        if (leading && CountsNoColumn(character)) m_input.CountNoColumn(m_at);
         m_at += length;
         if (!CheckCharacter(character, leading, {}, false)) return false;
         GatherWindow(m_at - length, m_at);
@@ -552,6 +569,7 @@ bool Scanner::CharacterReference(char32_t& first, char32_t& second) {
 std::int32_t Scanner::NextCharacter(std::size_t& length) {
     if (m_at == End() && !Have(1)) return -1;
     const char32_t character = CharacterAt(0, length);
+    if (CountsNoColumn(character)) m_input.CountNoColumn(m_at);
     m_at += length;
     if (character == '\r') {
         if (Have(1) && Data()[m_at] == '\n') ++m_at;
@@ -590,7 +608,7 @@ bool Scanner::Comment() {
             const unsigned char* data = Data();
             std::size_t at = m_at;
             const std::size_t end = End();
-            while (at < end && data[at] != '-' && kContent[data[at]] == kPlain)
+            while (at < end && data[at] != '-' && kMarkup[data[at]] == kPlain)
                 ++at;
             if (at < end && (data[at] == '<' || data[at] == '&' || data[at] == ']')) {
                 m_at = at + 1;
@@ -650,7 +668,7 @@ bool Scanner::CData() {
             const unsigned char* data = Data();
             std::size_t at = m_at;
             const std::size_t end = End();
-            while (at < end && (kContent[data[at]] == kPlain || data[at] == '<' || data[at] == '&'))
+            while (at < end && (kMarkup[data[at]] == kPlain || data[at] == '<' || data[at] == '&'))
                 ++at;
             GatherWindow(m_at, at);
             m_at = at;
@@ -912,6 +930,7 @@ bool Scanner::AttributeValue(std::size_t nameAt, std::size_t nameLength, Pending
         }
         std::size_t length = 0;
         const char32_t character = CharacterAt(0, length);
+        if (CountsNoColumn(character)) m_input.CountNoColumn(m_at);
         m_at += length;
         if (!CheckCharacter(character, leading, attributeName(), true)) return false;
         if (character == '<')

@@ -58,6 +58,10 @@ const std::vector<Edge> kEdges = {
     {"U+FFFE", "<r>\xEF\xBF\xBE</r>", 1, 5},
     {"a lone surrogate in UTF-8, at the start of its block", "<r>\xED\xA0\x80</r>", 1, 1},
     {"a byte no UTF-8 starts with", "<r>\xFF</r>", 1, 4},
+    // U+0085 and U+2028 count no column where the parser reads a character at a time
+    {"U+0085 and U+2028 in a comment", "<!-- \xC2\x85\xE2\x80\xA8 --><r>&x;</r>", 1, 16},
+    {"U+0085 in an attribute value", "<r a='\xC2\x85'>&x;</r>", 1, 12},
+    {"U+0085 in text, and after ']'", "<r>\xC2\x85]\xC2\x85&x;</r>", 1, 9},
     // markup
     {"a comment, a PI and CDATA", "<r><!-- c --><?p d?><![CDATA[<&]]></r>"},
     {"'--' within a comment", "<r><!-- a -- b --></r>", 1, 14},
