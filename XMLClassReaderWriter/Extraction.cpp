@@ -35,6 +35,7 @@ Extraction::Extraction(const CBasicString<WideChar>& path, const Localization& l
                        RemoveFile removeFile)
     : m_path(path), m_localization(localization), m_removeFile(std::move(removeFile)),
       m_tags(m_input, localization) {
+    platform::RecoverInterruptedSave(m_path); // a save a crash cut short is undone first
     m_input.Open(m_path, CVFile::kReadExisting);
     m_directory = m_path.substr(0, m_path.size() - m_input.GetFileName().size());
 }

@@ -4,6 +4,7 @@
 
 #include "classxml/platform/FileIO.h"
 #include "classxml/platform/FileReplaceSystem.h"
+#include "classxml/platform/SaveJournal.h"
 #include "classxml/platform/Utf.h"
 #include "classxml/platform/Uuid.h"
 
@@ -15,13 +16,17 @@ fs::path FolderOf(const fs::path& file) {
     return file.has_parent_path() ? file.parent_path() : fs::path(".");
 }
 
-// A name beside `target` for a file written before it takes the target's place, so that one
-// left behind says where it came from.
 CBasicString<WideChar> NameBeside(const fs::path& target) {
+    return WidePath(FolderOf(target)) + WideChar(fs::path::preferred_separator) + WIDE(".") +
+           WidePath(target.filename()) + WIDE(".tmp");
+}
+
+CBasicString<WideChar> RandomNameBeside(const fs::path& target) {
     CBasicString<WideChar> random = WIDE("0");
     NewUuidText(random);
-    return WidePath(FolderOf(target)) + WideChar(fs::path::preferred_separator) + WIDE(".") +
-           WidePath(target.filename()) + WIDE(".") + random + WIDE(".tmp");
+    fs::path named = target;
+    named += FilesystemPath(WIDE(".") + random);
+    return NameBeside(named);
 }
 
 } // namespace replace_system
@@ -55,16 +60,54 @@ int CopyText(int from, int to, std::int64_t& length) {
     }
 }
 
-// Writes the text of `from` over the text of `to`, waits for the device, and only then cuts
-// what is left of the old text (of a file; a device has no length): a failure on the way
-// leaves the old length.
-int CopyInPlace(int from, int to, bool cut) {
+// The old file of a write in place, opened to read its text into the journal as well as to
+// write it; a file this process may write but not read is opened for writing only.
+int OpenOld(const CBasicString<WideChar>& path, bool& readable, int& error) {
+    OpenOptions options;
+    options.access = OpenOptions::Access::ReadWrite;
+    int descriptor = OpenFile(path, options, error);
+    readable = descriptor >= 0;
+    if (descriptor >= 0 || error != EACCES) return descriptor;
+    options.access = OpenOptions::Access::Write;
+    return OpenFile(path, options, error);
+}
+
+// Writes the text of `from` over `to` at `target`: a readable file journaled, so that a crash
+// leaves the old text or the new one; a file that cannot be read copied over and then cut; a
+// device as the text comes. Each waits for the device at the end.
+int CopyInPlace(int from, int to, const fs::path& target, bool file, bool readable) {
+    if (file && readable) return save_journal::Overwrite(from, to, target);
     std::int64_t length = 0;
     if (const int error = CopyText(from, to, length)) return error;
     if (const int error = SyncFile(to)) return error;
-    if (!cut) return 0;
+    if (!file) return 0;
     if (const int error = ResizeFile(to, length)) return error;
     return SyncFile(to);
+}
+
+// A file a save of `target` named and a crash left before it took the target's place; one whose
+// save still runs is locked, and stays.
+void RemoveLeftTemporary(const fs::path& target) {
+    const CBasicString<WideChar> name = NameBeside(target);
+    std::error_code missing;
+    if (!fs::exists(FilesystemPath(name), missing)) return;
+    OpenOptions options;
+    options.access = OpenOptions::Access::Write;
+    int error = 0;
+    const int descriptor = OpenFile(name, options, error);
+    if (descriptor < 0) return;
+    const bool left = LockExclusive(descriptor, false) == 0;
+    CloseFile(descriptor);
+    if (left) RemoveFile(name, error);
+}
+
+// The name a new file of a save takes beside `target` just before it moves: NameBeside, unless
+// a running save holds that.
+CBasicString<WideChar> FreeNameBeside(const fs::path& target) {
+    RemoveLeftTemporary(target);
+    std::error_code missing;
+    const CBasicString<WideChar> name = NameBeside(target);
+    return fs::exists(FilesystemPath(name), missing) ? RandomNameBeside(target) : name;
 }
 
 WriteTarget Inspect(const CBasicString<WideChar>& given) {
@@ -82,6 +125,12 @@ WriteTarget Inspect(const CBasicString<WideChar>& given) {
 } // namespace
 
 WriteTarget InspectWriteTarget(const CBasicString<WideChar>& path) { return Inspect(path); }
+
+int RecoverInterruptedSave(const CBasicString<WideChar>& path) {
+    const fs::path file = FollowLinks(FilesystemPath(path));
+    RemoveLeftTemporary(file);
+    return save_journal::Recover(file);
+}
 
 class FileReplacement::Impl {
 public:
@@ -123,12 +172,14 @@ public:
         if (!IsOpen()) return false;
         const bool aside = m_target.kind == WriteTarget::Kind::Aside;
         m_error = SyncFile(m_descriptor);
-        if (m_error == 0 && !aside) m_error = CopyInPlace(m_descriptor, m_old, true);
+        if (m_error == 0 && !aside)
+            m_error = CopyInPlace(m_descriptor, m_old, FilesystemPath(m_target.path), true,
+                                  m_oldReadable);
         // A file without a name gets one just before it is moved, so that it is seen under a
         // name of its own for as short a time as can be.
         bool moved = false;
         if (m_error == 0 && aside && m_name.empty()) {
-            m_name = NameBeside(FilesystemPath(m_target.path));
+            m_name = FreeNameBeside(FilesystemPath(m_target.path));
             m_error = GiveName(m_descriptor, m_name);
             if (m_error != 0) m_name.clear();
             if (m_error == 0) m_error = Move(m_name, FilesystemPath(m_target.path));
@@ -150,13 +201,14 @@ private:
         int error = 0;
         m_descriptor = OpenUnnamed(FolderOf(target), replaces, error);
         if (m_descriptor < 0) {
-            m_name = NameBeside(target);
+            m_name = FreeNameBeside(target);
             m_descriptor = CreateNamed(m_name, replaces, m_error);
             if (m_descriptor < 0) {
                 m_name.clear();
                 return true; // the save fails as an open for writing there would
             }
         }
+        LockExclusive(m_descriptor, true); // tells a later recovery that this save runs
         if (!replaces || CarryAttributes(m_descriptor, target) == 0) return true;
         Discard();
         m_error = 0;
@@ -165,9 +217,7 @@ private:
 
     // The old file is opened for writing at once; the text waits in a scratch file.
     void OpenInPlace() {
-        OpenOptions options;
-        options.access = OpenOptions::Access::Write;
-        m_old = OpenFile(m_target.path, options, m_error);
+        m_old = OpenOld(m_target.path, m_oldReadable, m_error);
         if (m_old >= 0) m_descriptor = OpenScratch(m_error);
     }
 
@@ -183,12 +233,13 @@ private:
     WriteTarget m_target;
     int m_descriptor = -1;         // where the text goes
     int m_old = -1;                // the old file, written in place at Commit
+    bool m_oldReadable = false;    // and its old text journaled first
     CBasicString<WideChar> m_name; // the new file's name beside the target, once it has one
     int m_error = 0;
 };
 
 FileReplacement::FileReplacement(const CBasicString<WideChar>& path)
-    : m_impl(std::make_unique<Impl>(path)) {}
+    : m_impl((RecoverInterruptedSave(path), std::make_unique<Impl>(path))) {}
 FileReplacement::~FileReplacement() = default;
 WriteTarget::Kind FileReplacement::Kind() const { return m_impl->TargetKind(); }
 bool FileReplacement::IsOpen() const { return m_impl->IsOpen(); }
@@ -221,6 +272,7 @@ int SyncFileAt(const CBasicString<WideChar>& path) {
 int SyncFolderOf(const CBasicString<WideChar>& path) { return SyncFolder(FilesystemPath(path)); }
 
 int MoveOverFile(const CBasicString<WideChar>& from, const CBasicString<WideChar>& to, int& error) {
+    RecoverInterruptedSave(to);
     const WriteTarget target = Inspect(to);
     error = SyncFileAt(from);
     // The folder's entries too: files the moved one names (side files) are there before it.
@@ -230,9 +282,14 @@ int MoveOverFile(const CBasicString<WideChar>& from, const CBasicString<WideChar
         error = target.kind == Kind::MissingFolder ? ENOENT : 0;
         OpenOptions options;
         const int source = error == 0 ? OpenFile(from, options, error) : -1;
+        bool readable = false; // a device is written as a device
         options.access = OpenOptions::Access::Write;
-        const int old = source >= 0 ? OpenFile(target.path, options, error) : -1;
-        if (old >= 0) error = CopyInPlace(source, old, target.kind == Kind::InPlace);
+        const int old = source < 0                     ? -1
+                        : target.kind == Kind::InPlace ? OpenOld(target.path, readable, error)
+                                                       : OpenFile(target.path, options, error);
+        if (old >= 0)
+            error = CopyInPlace(source, old, FilesystemPath(target.path),
+                                target.kind == Kind::InPlace, readable);
         if (old >= 0) CloseFile(old);
         if (source >= 0) CloseFile(source);
         int ignored = 0;

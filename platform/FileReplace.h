@@ -34,11 +34,12 @@ CLASSXML_API WriteTarget InspectWriteTarget(const CBasicString<WideChar>& path);
 // the runtime library's error numbers.
 // - Aside: the text goes into a new file beside the path, made with the old file's permissions
 //   (never wider), owner and attributes, and Commit moves it over the path in one step once it is
-//   on the device. On Linux the new file has no name until then, so that a crash leaves nothing
-//   behind; elsewhere, or where the file system refuses that, it is ".<name>.<random>.tmp".
+//   on the device. On Linux the new file has no name until then; elsewhere, or where the file
+//   system refuses that, it is ".<name>.tmp" (".<name>.<random>.tmp" while another save holds
+//   that) from the start. One a crash leaves is removed by the next save or load of the file.
 // - InPlace: the old file is opened for writing at once (so that a read-only file fails as a
-//   plain open does), the text goes to an unnamed file aside, and Commit copies it over the old
-//   text, waits for the device and only then cuts what is left of the old text.
+//   plain open does), the text goes to an unnamed file aside, and Commit writes it over the old
+//   text with the old text journaled (SaveJournal.h), so that a crash leaves one or the other.
 // - Stream: the text goes straight to the device or pipe.
 // A replacement destroyed before Commit leaves the path as it was (a stream excepted).
 class CLASSXML_API FileReplacement {
@@ -62,6 +63,12 @@ private:
     class Impl;
     std::unique_ptr<Impl> m_impl;
 };
+
+// What a save of the file at `path` that a crash cut short left: the old text put back from its
+// journal, and a finished new text that had not taken the file's place yet removed. Every save
+// and every load of a file does this first. 0, or the error number of a journal that could not
+// be applied (it stays for the next try).
+CLASSXML_API int RecoverInterruptedSave(const CBasicString<WideChar>& path);
 
 // Creates a new, empty file at `path` for writing by a CVFile opened on it afterwards, with the
 // permissions, owner and group of the file `like` (never wider than its permissions): 0, or the

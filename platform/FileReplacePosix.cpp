@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -128,7 +129,7 @@ int OpenScratch(int& error) {
     const fs::path folder = fs::temp_directory_path(ignored);
     const int unnamed = OpenUnnamedFile(folder, true, error, true);
     if (unnamed >= 0) return unnamed;
-    const CBasicString<WideChar> name = NameBeside(folder / "classxml");
+    const CBasicString<WideChar> name = RandomNameBeside(folder / "classxml");
     const int descriptor = Open(WideToNarrow(name), O_RDWR | O_CREAT | O_EXCL, 0600, error);
     if (descriptor >= 0) ::unlink(WideToNarrow(name).c_str());
     return descriptor;
@@ -146,6 +147,27 @@ int SyncFolder(const fs::path& file) {
 int Move(const CBasicString<WideChar>& from, const fs::path& to) {
     if (std::rename(WideToNarrow(from).c_str(), to.c_str()) != 0) return errno;
     return SyncFolder(to);
+}
+
+int LockExclusive(int descriptor, bool wait) {
+    int result = 0;
+    do {
+        result = ::flock(descriptor, LOCK_EX | (wait ? 0 : LOCK_NB));
+    } while (result != 0 && errno == EINTR);
+    return result == 0 ? 0 : errno;
+}
+
+int ReserveSpace(int descriptor, std::int64_t length) {
+    if (length <= 0) return 0;
+    const int error = ::posix_fallocate(descriptor, 0, off_t(length));
+    // File systems that cannot reserve say so; their writes are then the only check.
+    return error == EOPNOTSUPP || error == EINVAL || error == ENOSYS ? 0 : error;
+}
+
+std::string FileIdentity(const fs::path& file) {
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0) return {};
+    return std::to_string(status.st_dev) + "-" + std::to_string(status.st_ino);
 }
 
 } // namespace replace_system

@@ -64,7 +64,8 @@ int OpenScratch(int& error) {
     options.exclusive = true;
     options.temporary = true;
     std::error_code ignored;
-    return OpenFile(NameBeside(fs::temp_directory_path(ignored) / "classxml"), options, error);
+    return OpenFile(RandomNameBeside(fs::temp_directory_path(ignored) / "classxml"), options,
+                    error);
 }
 
 int SyncFolder(const fs::path&) { return 0; } // a move with MOVEFILE_WRITE_THROUGH waits itself
@@ -78,6 +79,19 @@ int Move(const CBasicString<WideChar>& from, const fs::path& to) {
         return ErrorNumberOf(GetLastError());
     return 0;
 }
+
+int LockExclusive(int descriptor, bool wait) {
+    OVERLAPPED whole{};
+    const DWORD flags = LOCKFILE_EXCLUSIVE_LOCK | (wait ? 0 : LOCKFILE_FAIL_IMMEDIATELY);
+    if (LockFileEx(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor)), flags, 0, MAXDWORD,
+                   MAXDWORD, &whole))
+        return 0;
+    return GetLastError() == ERROR_LOCK_VIOLATION ? EWOULDBLOCK : ErrorNumberOf(GetLastError());
+}
+
+// Files are replaced by moved ones here, never written over in place.
+int ReserveSpace(int, std::int64_t) { return 0; }
+std::string FileIdentity(const fs::path&) { return {}; }
 
 } // namespace replace_system
 

@@ -6,6 +6,7 @@
 #include <xercesc/util/BinInputStream.hpp>
 
 #include "classxml/platform/FileIO.h"
+#include "classxml/platform/FileReplace.h"
 #include "classxml/platform/Utf.h"
 #include "classxml/xmlio/DoctypeOverride.h"
 #include "classxml/xmlio/XercesText.h"
@@ -67,6 +68,7 @@ private:
 Source::Source(const CBasicString<WideChar>& path, parse_limits::Budget& budget,
                xercesc::MemoryManager* memory)
     : LocalFileInputSource(xerces_text::Terminated(path), memory), m_budget(budget) {
+    platform::RecoverInterruptedSave(path); // a save a crash cut short is undone first
     m_descriptor = platform::OpenForReading(path, m_openError);
     SetLastOpenError(m_openError);
 }
