@@ -86,6 +86,29 @@ Extraction::Copied Extraction::CopyContentAside(std::int64_t tagEnd) {
     return copied;
 }
 
+// Where the content from `from` ends, when it names a side file as a run of the extraction
+// wrote it: a path ending in "<UUID>.base64", which holds characters base64 has not; -1 when it
+// does not. Only the first characters are read: a path is shorter than any block.
+std::int64_t Extraction::SidePathEnd(std::int64_t from) {
+    constexpr std::int64_t kMostPath = 32 * 1024;
+    const View ending = WIDE(".base64");
+    constexpr std::size_t kUuid = 36;
+    CBasicString<WideChar> start;
+    m_input.GetStringFromFile(start, FILE_CHAR_POS(from), FILE_CHAR_POS(from + kMostPath));
+    const std::size_t markup = start.find(WideChar('<'));
+    if (markup == CBasicString<WideChar>::npos || markup < kUuid + ending.size()) return -1;
+    const View content = View(start).substr(0, markup);
+    if (!content.ends_with(ending)) return -1;
+    const View uuid = content.substr(content.size() - ending.size() - kUuid, kUuid);
+    for (std::size_t i = 0; i < kUuid; ++i) {
+        const bool dash = i == 8 || i == 13 || i == 18 || i == 23;
+        const WideChar c = uuid[i];
+        const bool hex = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+        if (dash ? c != '-' : !hex) return -1;
+    }
+    return from + std::int64_t(markup);
+}
+
 void Extraction::Rewrite(std::int64_t tagEnd, const Copied& copied) {
     const std::int64_t transportEnd = Find(kTransportEnd, copied.contentEnd); // not checked
     if (m_rewrittenPath.empty()) {
@@ -108,6 +131,10 @@ bool Extraction::MoveBlocks() {
         if (tagEnd < 0) return false;
         if (m_tags.IsEmpty(tagEnd)) { // <fileContent .../> has nothing to move
             m_search = tagEnd;
+            continue;
+        }
+        if (const std::int64_t pathEnd = SidePathEnd(tagEnd + 1); pathEnd >= 0) {
+            m_search = pathEnd; // moved by an earlier run
             continue;
         }
         const Copied copied = CopyContentAside(tagEnd);

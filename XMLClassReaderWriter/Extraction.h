@@ -21,7 +21,8 @@ namespace classxml::extraction {
 //   CBasicFileException before the input is touched.
 // - Only what can be base64 is moved: the content of a non-empty "<fileContent" start tag up to
 //   a "</fileContent>" with no markup before it, read once, copied into its side file as it is
-//   searched for the markup that ends it.
+//   searched for the markup that ends it; not a side file's path that an earlier run wrote there,
+//   so that running twice is running once.
 class Extraction {
 public:
     // Removes a side file that turned out to hold no block, reporting a failure.
@@ -56,6 +57,7 @@ private:
     // there is none.
     std::int64_t NextContentTag();
     Copied CopyContentAside(std::int64_t tagEnd);
+    std::int64_t SidePathEnd(std::int64_t from);
     // A new file beside the input, as private as the input is.
     void Create(CVFile& file, const CBasicString<WideChar>& name);
     // The element up to the end of its start tag, the side file's path in place of its content,

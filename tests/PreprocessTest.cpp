@@ -126,6 +126,19 @@ TEST_F(PreprocessTest, ThreeElementsGiveThreeSideFiles) {
                        "<FileTransport><fileContent>333</fileContent></FileTransport>d");
 }
 
+// A program runs the extraction at every start: over its own output it changes nothing, and a
+// side file's path is not taken for a block.
+TEST_F(PreprocessTest, ASecondRunChangesNothing) {
+    WriteFile(dir / "doc.xml", "a<FileTransport><fileContent>111</fileContent></FileTransport>b"
+                               "<FileTransport><fileContent>222</fileContent></FileTransport>c");
+    ASSERT_TRUE(Preprocess(dir / "doc.xml"));
+    const std::string once = ReadFile(dir / "doc.xml");
+    const std::set<std::string> files = Names(dir.Path());
+    EXPECT_TRUE(Preprocess(dir / "doc.xml"));
+    EXPECT_EQ(ReadFile(dir / "doc.xml"), once);
+    EXPECT_EQ(Names(dir.Path()), files);
+}
+
 TEST_F(PreprocessTest, AnElementWithoutContentEndStopsTheScanButKeepsTheFirst) {
     const std::string second = "<FileTransport><fileContent>BROKEN</FileTransport>tail";
     WriteFile(dir / "doc.xml",
