@@ -28,21 +28,32 @@ constexpr bool kSanitized = false;
 constexpr bool kSanitized = false;
 #endif
 
+// A process that blocks is ended after this many times its processor time by the clock.
+constexpr unsigned kClockTimes = 10;
+
 } // namespace
 
 #if defined(_WIN32)
 
 bool LimitThisProcess(const ProcessLimits& limits) {
-    if (limits.seconds != 0)
-        std::thread([seconds = limits.seconds] {
-            Sleep(seconds * 1000);
+    if (limits.cpuSeconds != 0)
+        std::thread([seconds = limits.cpuSeconds] {
+            Sleep(seconds * kClockTimes * 1000);
             ExitProcess(124);
         }).detach();
-    if (limits.memoryBytes != 0 && !kSanitized) {
+    const bool memory = limits.memoryBytes != 0 && !kSanitized;
+    if (memory || limits.cpuSeconds != 0) {
         HANDLE job = CreateJobObjectW(nullptr, nullptr);
         JOBOBJECT_EXTENDED_LIMIT_INFORMATION information{};
-        information.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_PROCESS_MEMORY;
-        information.ProcessMemoryLimit = static_cast<SIZE_T>(limits.memoryBytes);
+        if (memory) {
+            information.BasicLimitInformation.LimitFlags |= JOB_OBJECT_LIMIT_PROCESS_MEMORY;
+            information.ProcessMemoryLimit = static_cast<SIZE_T>(limits.memoryBytes);
+        }
+        if (limits.cpuSeconds != 0) { // in units of 100 ns
+            information.BasicLimitInformation.LimitFlags |= JOB_OBJECT_LIMIT_PROCESS_TIME;
+            information.BasicLimitInformation.PerProcessUserTimeLimit.QuadPart =
+                LONGLONG(limits.cpuSeconds) * 10'000'000;
+        }
         if (!job ||
             !SetInformationJobObject(job, JobObjectExtendedLimitInformation, &information,
                                      sizeof information) ||
@@ -57,16 +68,20 @@ bool RunAs(unsigned, unsigned, std::initializer_list<unsigned>) { return false; 
 #else
 
 bool LimitThisProcess(const ProcessLimits& limits) {
-    if (limits.seconds != 0) alarm(limits.seconds); // SIGALRM ends the process
     bool applied = true;
-    const auto limit = [&](int resource, std::uint64_t bytes) {
-        const rlimit value{static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes)};
+    const auto limit = [&](int resource, std::uint64_t soft, std::uint64_t hard) {
+        const rlimit value{static_cast<rlim_t>(soft), static_cast<rlim_t>(hard)};
         applied = setrlimit(resource, &value) == 0 && applied;
     };
-    if (limits.memoryBytes != 0 && !kSanitized) limit(RLIMIT_AS, limits.memoryBytes);
+    if (limits.cpuSeconds != 0) {
+        limit(RLIMIT_CPU, limits.cpuSeconds, limits.cpuSeconds + 1); // SIGXCPU ends it
+        alarm(limits.cpuSeconds * kClockTimes);                      // SIGALRM, if it blocks
+    }
+    if (limits.memoryBytes != 0 && !kSanitized)
+        limit(RLIMIT_AS, limits.memoryBytes, limits.memoryBytes);
     if (limits.fileBytes != 0) {
         std::signal(SIGXFSZ, SIG_IGN); // a write past the limit fails with EFBIG instead
-        limit(RLIMIT_FSIZE, limits.fileBytes);
+        limit(RLIMIT_FSIZE, limits.fileBytes, limits.fileBytes);
     }
     return applied;
 }

@@ -10,7 +10,9 @@ namespace classxml::platform {
 // Limits for the rest of this process's life, for tests that run what could hang, exhaust
 // memory or fill a disk in a child process. A zero leaves that resource alone.
 struct ProcessLimits {
-    unsigned seconds = 0;          // wall-clock time, then the process is ended
+    // Processor time, then the process is ended: a loaded machine does not make it run out.
+    // A process that blocks instead is ended after ten times as long by the clock.
+    unsigned cpuSeconds = 0;
     std::uint64_t memoryBytes = 0; // address space (not under the sanitizers, which reserve more)
     std::uint64_t fileBytes = 0;   // the size a write may extend a file to; beyond, it fails
 };

@@ -20,7 +20,7 @@ using classxml::testing::WidePath;
 using classxml::testing::WriteFile;
 
 // Child processes get this much time and memory; the cases below need a fraction of it.
-constexpr classxml::platform::ProcessLimits kLimits{.seconds = 30, .memoryBytes = 2ull << 30};
+constexpr classxml::platform::ProcessLimits kLimits{.cpuSeconds = 30, .memoryBytes = 2ull << 30};
 
 class BoundedParseTest : public classxml::testing::EngineTest {
 protected:
@@ -36,8 +36,8 @@ protected:
     std::string AcceptedInChild(const std::string& xml, std::uintmax_t hole = 0) {
         WriteFile(dir / "doc.xml", xml);
         if (hole) std::filesystem::resize_file(dir / "doc.xml", xml.size() + hole);
-        const CBasicString<WideChar> wide = classxml::platform::Utf8ToUtf16(
-            classxml::platform::AsUtf8(xml));
+        const CBasicString<WideChar> wide =
+            classxml::platform::Utf8ToUtf16(classxml::platform::AsUtf8(xml));
         std::string accepted;
         Handle file = NewHandle(), bytes = NewHandle(), units = NewHandle();
         accepted += file.ReadFromFile(WidePath(dir / "doc.xml")) ? "F" : "-";
@@ -131,7 +131,7 @@ TEST_F(BoundedParseTest, ManyAttributesAndNamesWithColonsReadAlikeFromMemory) {
     std::string many = "<a";
     for (int i = 0; i < 50'000; ++i)
         many += " a" + std::to_string(i) + "=\"1\"";
-    EXPECT_IN_CHILD(classxml::platform::ProcessLimits{.seconds = 20},
+    EXPECT_IN_CHILD(classxml::platform::ProcessLimits{.cpuSeconds = 20},
                     { ok = AcceptedInChild(many + "/>") == "FBWS"; });
     // Names with a colon mean nothing special here: they read back as they were written.
     const std::string colons = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?>"

@@ -11,10 +11,10 @@
 #include <xercesc/dom/DOM.hpp>
 
 #include "classxml/platform/FileIO.h"
+#include "classxml/xmlio/XercesIO.h"
 #include "support/Child.h"
 #include "support/Document.h"
 #include "support/TempDir.h"
-#include "classxml/xmlio/XercesIO.h"
 
 namespace {
 
@@ -78,7 +78,7 @@ TEST_F(SafeWritingTest, SavesRefuseDocumentsHoldingSuchText) {
     const WideChar lone[] = {'x', 0xD800, 0};
     const std::string existing = "<?xml version=\"1.0\"?><kept/>";
     WriteFile(dir / "target.xml", existing);
-    EXPECT_IN_CHILD(classxml::platform::ProcessLimits{.seconds = 10}, {
+    EXPECT_IN_CHILD(classxml::platform::ProcessLimits{.cpuSeconds = 10}, {
         CXercesIO io;
         ok = true;
         for (int node = 0; node < 3; ++node) {
@@ -184,14 +184,14 @@ TEST_F(SafeWritingTest, ASaveKeepsWhatTheFileIs) {
     make(dir / "shared.xml", kOther, kOther,
          perms::owner_read | perms::owner_write | perms::group_read | perms::group_write);
     fs::permissions(dir.Path(), perms::all); // the group member may create files here
-    EXPECT_IN_CHILD(classxml::platform::ProcessLimits{.seconds = 10}, {
+    EXPECT_IN_CHILD(classxml::platform::ProcessLimits{.cpuSeconds = 10}, {
         ok = classxml::platform::RunAs(kUser, kGroup) &&
              !typed.SaveToFile(WidePath(dir / "read-only.xml")) &&
              ReadFile(dir / "read-only.xml") == "old" &&
              typed.SaveToFile(WidePath(dir / "locked" / "doc.xml")) &&
              ReadFile(dir / "locked" / "doc.xml") == saved;
     });
-    EXPECT_IN_CHILD(classxml::platform::ProcessLimits{.seconds = 10}, {
+    EXPECT_IN_CHILD(classxml::platform::ProcessLimits{.cpuSeconds = 10}, {
         ok = classxml::platform::RunAs(5678, 5678, {kOther}) &&
              typed.SaveToFile(WidePath(dir / "shared.xml")) &&
              ReadFile(dir / "shared.xml") == saved;
@@ -225,11 +225,11 @@ TEST_F(SafeWritingTest, ASaveKilledPartWayLeavesNothingBehind) {
     for (int run = 0; run < 3; ++run) {
         EXPECT_EXIT(
             {
-                classxml::platform::LimitThisProcess({.seconds = 1});
+                classxml::platform::LimitThisProcess({.cpuSeconds = 1});
                 for (;;)
                     typed.SaveToFile(WidePath(target));
             },
-            ::testing::KilledBySignal(SIGALRM), "");
+            ::testing::KilledBySignal(SIGXCPU), "");
         EXPECT_EQ(Names(), std::set<std::string>{"doc.xml"});
     }
 #else
@@ -244,7 +244,7 @@ TEST_F(SafeWritingTest, AFailedSaveLeavesTheTargetAsItWas) {
     const std::string existing(100'000, 'x');
     WriteFile(target, existing);
     Fill(typed, 50'000);
-    EXPECT_IN_CHILD((classxml::platform::ProcessLimits{.seconds = 20, .fileBytes = 8192}),
+    EXPECT_IN_CHILD((classxml::platform::ProcessLimits{.cpuSeconds = 20, .fileBytes = 8192}),
                     { ok = !typed.SaveToFile(WidePath(target)) && ReadFile(target) == existing; });
     EXPECT_EQ(Names(), std::set<std::string>{"doc.xml"});
     if (fs::exists("/dev/full")) {

@@ -13,7 +13,7 @@ namespace classxml::testing {
 // so that the time limits keep their meaning.
 inline platform::ProcessLimits ForThisRunner(platform::ProcessLimits limits) {
     if (const char* scale = std::getenv("CLASSXML_TEST_TIME_SCALE"))
-        limits.seconds *= static_cast<unsigned>(std::max(1L, std::strtol(scale, nullptr, 10)));
+        limits.cpuSeconds *= static_cast<unsigned>(std::max(1L, std::strtol(scale, nullptr, 10)));
     return limits;
 }
 
