@@ -119,6 +119,7 @@ bool StreamReader::Impl::Refuse() {
 }
 
 StreamReader::Event StreamReader::Impl::Finish(Event final) {
+    if (!m_edits.empty()) diagnostics::MapColumns(m_editedSource, m_edits);
     m_state = State::Done;
     m_final = final;
     m_current = Event::Error;
@@ -142,7 +143,11 @@ bool StreamReader::Impl::OpenInput(const CBasicString<WideChar>* path) {
         dtdDirectory =
             slash == View::npos ? CBasicString<WideChar>() : m_dtdFile->substr(0, slash + 1);
         const auto name = platform::Utf16ToUtf8(View(*m_dtdFile).substr(slash + 1));
-        if (!source->NameDtd(platform::AsBytes(name))) {
+        const bool named = source->NameDtd(platform::AsBytes(name));
+        m_edits = source->Edits();
+        m_editedSource = std::string(
+            platform::AsBytes(platform::Utf16ToUtf8(xerces_text::ViewOf(source->getSystemId()))));
+        if (!named) {
             diagnostics::Record(Diagnostic::Severity::FatalError, xerces_text::Terminated(sourceId),
                                 0, 0,
                                 reinterpret_cast<const XMLCh*>(

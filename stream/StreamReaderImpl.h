@@ -5,10 +5,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "classxml/stream/EventSource.h"
 #include "classxml/stream/StreamReader.h"
 #include "classxml/stream/TextCollectors.h"
+#include "classxml/xmlio/DoctypeOverride.h"
 
 namespace classxml::stream_detail {
 class XercesEvents;
@@ -99,6 +101,8 @@ private:
     std::function<void(const std::string&, std::uint64_t, std::uint64_t)> m_reportBroken;
     int m_openError = 0;
     std::optional<CBasicString<WideChar>> m_dtdFile; // validate against it, not the named one
+    std::vector<doctype_override::Edit> m_edits;     // where naming that DTD moved columns
+    std::string m_editedSource;                      // in the document of this system id
     std::size_t m_depth = 0;
     bool m_parserOnly = false;
     TextPieces* m_userPieces = nullptr;

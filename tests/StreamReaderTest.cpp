@@ -11,11 +11,11 @@
 #include "classxml/platform/Utf.h"
 #include "classxml/stream/StreamReader.h"
 #include "classxml/stream/StreamWriter.h"
+#include "classxml/xmlio/XercesIO.h"
 #include "support/Document.h"
 #include "support/GeneratedDocuments.h"
 #include "support/TempDir.h"
 #include "support/TreeText.h"
-#include "classxml/xmlio/XercesIO.h"
 
 namespace {
 
@@ -258,6 +258,11 @@ TEST_F(StreamReaderTest, ValidatesAgainstADtdTheDocumentDoesNotName) {
              {utf16("<?xml version=\"1.0\" encoding=\"UTF-16\"?><r><q>1</q></r>"), true},
              {"<r><p>1</p></r>", false},
              {"<!DOCTYPE q SYSTEM \"r.dtd\"><r/>", false},
+             // the document's own declarations take no part, its entities do
+             {"<!DOCTYPE r [<!ATTLIST q x CDATA #IMPLIED>]><r><q x='1'/></r>", false},
+             {"<!DOCTYPE r [<!ENTITY % p '<!ATTLIST q x CDATA #IMPLIED>'> %p;]><r><q x='1'/></r>",
+              false},
+             {"<!DOCTYPE r [\n<!-- c -->\n<!ENTITY e 'q'>]><r><q>&e;</q></r>", true},
              {comments + "<r/>", false},
          }) {
         WriteFile(dir / "doc.xml", xml);
@@ -271,14 +276,35 @@ TEST_F(StreamReaderTest, ValidatesAgainstADtdTheDocumentDoesNotName) {
     }
 }
 
+// The DTD named in the document's place moves nothing: an error on the root's line has the column
+// it has in the file, as if the document named that DTD itself on a line of its own.
+TEST_F(StreamReaderTest, ColumnsAreTheFilesWhenADtdIsNamedInTheDocumentsPlace) {
+    WriteFile(dir / "other.dtd", "<!ELEMENT r (q*)>\n<!ELEMENT q (#PCDATA)>\n");
+    const auto firstError = [&](const std::string& xml, bool override) {
+        WriteFile(dir / "doc.xml", xml);
+        StreamReader reader;
+        if (override) reader.ValidateAgainst(WidePath(dir / "other.dtd"));
+        reader.OpenFile(WidePath(dir / "doc.xml"));
+        while (reader.Next() != Event::Error) {
+        }
+        const classxml::Diagnostic& first = classxml::LastDiagnostics().at(0);
+        return std::to_string(first.line) + ":" + std::to_string(first.column);
+    };
+    const std::string line = "<r><q>1</q><p\xC3\xA9\xF0\x9F\x98\x80/></r>";
+    EXPECT_EQ(firstError(line, true),
+              "1:" + firstError("<!DOCTYPE r SYSTEM 'other.dtd'>\n" + line, false).substr(2));
+    EXPECT_EQ(firstError("<!DOCTYPE r SYSTEM 'a-much-longer-name.dtd'><r><x/></r>", true),
+              firstError("<!DOCTYPE r SYSTEM 'other.dtd'>" + std::string(13, ' ') + "<r><x/></r>",
+                         false));
+}
+
 // The events themselves: names, attributes, depth, text, and skipping a subtree.
 TEST_F(StreamReaderTest, DeliversEventsAndSkipsSubtrees) {
     const std::string xml = "<r a=\"1\" c=\"2\" d=\"3\" e=\"4\" "
                             "f=\"5\"><skip><x>deep</x>text</skip><p k=\"v\">a&amp;b<![CDATA[c]]>"
                             "</p><e/></r>";
     StreamReader reader;
-    ASSERT_TRUE(reader.OpenString(
-        classxml::platform::AsUtf8(xml)));
+    ASSERT_TRUE(reader.OpenString(classxml::platform::AsUtf8(xml)));
     ASSERT_EQ(reader.Next(), Event::StartElement);
     EXPECT_TRUE(reader.Name() == CBasicStringView<WideChar>(WIDE("r")));
     EXPECT_TRUE(reader.Attribute(WIDE("a")) == CBasicStringView<WideChar>(WIDE("1")));
@@ -333,8 +359,7 @@ TEST_F(StreamReaderTest, DeliversEventsAndSkipsSubtrees) {
 TEST_F(StreamReaderTest, Utf8AndUtf16AgreeOnNamesAttributesAndText) {
     using classxml::StreamWriter;
     const auto wide = [](std::string_view utf8) {
-        return classxml::platform::Utf8ToUtf16(
-            classxml::platform::AsUtf8(utf8));
+        return classxml::platform::Utf8ToUtf16(classxml::platform::AsUtf8(utf8));
     };
     const auto written = [](auto write) {
         CBasicString<char> xml;

@@ -45,8 +45,9 @@ int Dump(const Input& input, const DtdChoice& dtd, bool format);
 // The document again, indented one element a line, every value as it was.
 int Format(const Input& input, const DtdChoice& dtd);
 // Validates each input, on as many threads as there are cores, and reports them in order; the
-// exit code is the worst of theirs (1 before 3 before 0).
-int Validate(const std::vector<Input>& inputs, const DtdChoice& dtd);
+// exit code is the worst of theirs (1 before 3 before 0). A document that names no DTD is not
+// valid (3) unless `allowNoDtd`.
+int Validate(const std::vector<Input>& inputs, const DtdChoice& dtd, bool allowNoDtd);
 int Preprocess(const std::filesystem::path& file);
 
 // Helpers the subcommands share.
@@ -54,6 +55,8 @@ CBasicString<WideChar> Wide(const std::filesystem::path& path);
 std::string Narrow(CBasicStringView<WideChar> text);
 // "classxml: <name>: <message>" on standard error; returns 1.
 int Fail(const std::string& name, const std::string& message);
+// Why the file at `path` cannot be read, or nothing when it can.
+std::string Unreadable(const std::filesystem::path& path);
 // The base64 side files that pre-read extraction left in `directory`.
 std::set<std::filesystem::path> SideFiles(const std::filesystem::path& directory);
 // Reads `input` with the stream reader, once, start to end and in constant memory whatever its

@@ -18,6 +18,14 @@ int Fail(const std::string& name, const std::string& message) {
     return 1;
 }
 
+std::string Unreadable(const std::filesystem::path& path) {
+    int error = 0;
+    const int descriptor = platform::OpenForReading(Wide(path), error);
+    if (descriptor < 0) return platform::ErrorText(error);
+    platform::CloseFile(descriptor);
+    return {};
+}
+
 std::set<std::filesystem::path> SideFiles(const std::filesystem::path& directory) {
     std::set<std::filesystem::path> files;
     std::error_code error;

@@ -8,7 +8,7 @@
 namespace classxml::tool {
 namespace {
 
-Report ValidateOne(const Input& input, const DtdChoice& dtd) {
+Report ValidateOne(const Input& input, const DtdChoice& dtd, bool allowNoDtd) {
     Report report;
     std::string docType;
     ReadDocument(
@@ -20,8 +20,13 @@ Report ValidateOne(const Input& input, const DtdChoice& dtd) {
     if (report.status != 0) return report;
     if (dtd.dtdFile) {
         report.out = input.Name() + " is valid against " + dtd.dtdFile->string() + "\n";
-    } else if (docType.empty()) {
+    } else if (docType.empty() && allowNoDtd) {
         report.out = input.Name() + " is well-formed; it names no DTD, so nothing was validated\n";
+    } else if (docType.empty()) {
+        report.err =
+            "classxml: " + input.Name() +
+            ": names no DTD, so nothing was validated (--allow-no-dtd takes it as valid)\n";
+        report.status = 3;
     } else {
         report.out = input.Name() + " is valid (" + docType + ", DTD from " +
                      dtd.DirectoryFor(input).string() + ")\n";
@@ -34,12 +39,12 @@ int Rank(int status) { return status == 1 ? 2 : status == 3 ? 1 : 0; }
 
 } // namespace
 
-int Validate(const std::vector<Input>& inputs, const DtdChoice& dtd) {
+int Validate(const std::vector<Input>& inputs, const DtdChoice& dtd, bool allowNoDtd) {
     std::vector<Report> reports(inputs.size());
     std::atomic<std::size_t> next = 0;
     const auto work = [&] {
         for (std::size_t i; (i = next++) < inputs.size();)
-            reports[i] = ValidateOne(inputs[i], dtd);
+            reports[i] = ValidateOne(inputs[i], dtd, allowNoDtd);
     };
     const std::size_t threads =
         std::min<std::size_t>(inputs.size(), std::max(1u, std::thread::hardware_concurrency()));

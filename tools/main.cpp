@@ -20,7 +20,7 @@ const char kUsage[] =
     "  dump FILE [--format] [--dtd-dir DIR | --dtdvalid DTD]\n"
     "                              print the class tree of a class-XML file, or with --format\n"
     "                              the document itself, indented\n"
-    "  validate FILE... [--dtd-dir DIR | --dtdvalid DTD]\n"
+    "  validate FILE... [--dtd-dir DIR | --dtdvalid DTD] [--allow-no-dtd]\n"
     "                              check files against the DTD they name, or against DTD\n"
     "  preprocess FILE             move base64 blocks of FileTransport elements into side\n"
     "                              files and list them\n"
@@ -32,7 +32,8 @@ const char kUsage[] =
     "standard input). COMMAND --help describes one command.\n"
     "\n"
     "Exit status: 0 success; 1 not well-formed, unreadable, or the operation failed; 2 usage\n"
-    "error; 3 well-formed but not valid against its DTD, or its DTD cannot be found.\n";
+    "error; 3 well-formed but not valid against its DTD, its DTD cannot be found, or (for\n"
+    "validate) it names none.\n";
 
 struct Command {
     const char* name;
@@ -71,15 +72,19 @@ const Command kCommands[] = {
      1,
      1},
     {"validate",
-     "validate FILE... [--dtd-dir DIR | --dtdvalid DTD]",
+     "validate FILE... [--dtd-dir DIR | --dtdvalid DTD] [--allow-no-dtd]",
      "Parses each FILE and validates it against the DTD its DOCTYPE names, looked up in DIR\n"
-     "(by default the document's folder); with --dtdvalid, against DTD instead, whether the\n"
-     "document names a DTD or not. A document without a DOCTYPE is otherwise only checked to\n"
-     "be well-formed. Files are checked in parallel on all cores and reported in the order\n"
-     "given; each error shows the line it points at, with a caret under its column. Exit\n"
-     "status 0 all valid, 1 one not well-formed or unreadable, otherwise 3 one not valid.\n",
+     "(by default the document's folder); with --dtdvalid, against DTD alone instead, whether\n"
+     "the document names a DTD or not (the document's own declarations take no part; its\n"
+     "entity declarations are still read). A document without a DOCTYPE is not valid, as it\n"
+     "has nothing to be validated against: it is reported and counts as invalid (exit 3),\n"
+     "unless --allow-no-dtd takes it as valid when it is well-formed. Files are checked in\n"
+     "parallel on all cores and reported in the order given; each error shows the line it\n"
+     "points at, with a caret under its column (in characters of the file). Exit status 0 all\n"
+     "valid, 1 one not well-formed or unreadable, or the DTD of --dtdvalid cannot be read,\n"
+     "otherwise 3 one not valid.\n",
      {"dtd-dir", "dtdvalid"},
-     {},
+     {"allow-no-dtd"},
      1,
      kAny},
     {"preprocess",
@@ -129,9 +134,13 @@ int Run(const Command& command, const classxml::tool::Arguments& arguments) {
         return Usage(name + ": standard input (-) can be read only once");
     DtdChoice dtd;
     if (option("dtd-dir")) dtd.dtdDirectory = std::filesystem::path(*option("dtd-dir"));
-    if (option("dtdvalid")) dtd.dtdFile = std::filesystem::path(*option("dtdvalid"));
+    if (option("dtdvalid")) {
+        dtd.dtdFile = std::filesystem::path(*option("dtdvalid"));
+        if (const std::string problem = Unreadable(*dtd.dtdFile); !problem.empty())
+            return Fail("cannot read the DTD " + dtd.dtdFile->string(), problem);
+    }
     if (name == "dump") return Dump(inputs[0], dtd, option("format").has_value());
-    return Validate(inputs, dtd);
+    return Validate(inputs, dtd, option("allow-no-dtd").has_value());
 }
 
 } // namespace

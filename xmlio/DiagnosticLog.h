@@ -2,7 +2,11 @@
 
 #include <xercesc/util/XercesDefs.hpp>
 
+#include <string_view>
+#include <vector>
+
 #include "classxml/xmlio/Diagnostics.h"
+#include "classxml/xmlio/DoctypeOverride.h"
 
 // Where the library's handlers put what LastDiagnostics gives back.
 namespace classxml::diagnostics {
@@ -11,5 +15,8 @@ namespace classxml::diagnostics {
 void Begin();
 void Record(Diagnostic::Severity severity, const XMLCh* source, XMLFileLoc line, XMLFileLoc column,
             const XMLCh* message);
+// The places of `source`'s diagnostics so far, put back on the file where the document was
+// rewritten before the parser read it (DoctypeOverride.h).
+void MapColumns(std::string_view source, const std::vector<doctype_override::Edit>& edits);
 
 } // namespace classxml::diagnostics

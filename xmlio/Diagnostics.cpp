@@ -25,4 +25,12 @@ void diagnostics::Record(Diagnostic::Severity severity, const XMLCh* source, XML
     ThisThreads().push_back({severity, Utf8(source), line, column, Utf8(message)});
 }
 
+void diagnostics::MapColumns(std::string_view source,
+                             const std::vector<doctype_override::Edit>& edits) {
+    for (Diagnostic& diagnostic : ThisThreads())
+        if (diagnostic.source == source)
+            diagnostic.column =
+                doctype_override::FileColumn(edits, diagnostic.line, diagnostic.column);
+}
+
 } // namespace classxml

@@ -102,7 +102,8 @@ bool Source::NameDtd(std::string_view systemId) {
     constexpr std::size_t kMostHead = 1 << 20;
     for (std::size_t count = 4096;; count *= 2) {
         Head(count);
-        const auto outcome = doctype_override::NameDtd(m_head, m_ended, systemId);
+        m_edits.clear();
+        const auto outcome = doctype_override::NameDtd(m_head, m_ended, systemId, m_edits);
         if (outcome != doctype_override::Outcome::NeedMore)
             return outcome == doctype_override::Outcome::Rewritten;
         if (count >= kMostHead) return false;

@@ -10,6 +10,7 @@
 #include <xercesc/framework/LocalFileInputSource.hpp>
 
 #include "classxml/BasicString.h"
+#include "classxml/xmlio/DoctypeOverride.h"
 #include "classxml/xmlio/ParseLimits.h"
 
 namespace classxml::document_input {
@@ -43,6 +44,8 @@ public:
     // Makes the document name the DTD `systemId` in place of its own (DoctypeOverride.h), reading
     // as much of it as that takes, up to 1 MiB; false when that is not possible.
     bool NameDtd(std::string_view systemId);
+    // Where that changed the length of a line: for putting the parser's places back on the file.
+    const std::vector<doctype_override::Edit>& Edits() const { return m_edits; }
 
     xercesc::BinInputStream* makeStream() const override;
 
@@ -62,9 +65,10 @@ private:
     bool m_ownsDescriptor = true;
     parse_limits::Budget& m_budget;
     std::vector<unsigned char> m_head; // read ahead, given to the parser first
-    bool m_ended = false;              // the head reached the end of the input
-    std::uint64_t m_readNext = 0;      // how far ReadNext has read
-    bool m_fromStart = false;          // read by offset from the start (a restarted source)
+    std::vector<doctype_override::Edit> m_edits;
+    bool m_ended = false;         // the head reached the end of the input
+    std::uint64_t m_readNext = 0; // how far ReadNext has read
+    bool m_fromStart = false;     // read by offset from the start (a restarted source)
 };
 
 // The text of an open error for people: "cannot open "<path>": no such file".

@@ -23,6 +23,8 @@ public:
     static Units Utf16(CBasicStringView<WideChar> text);
 
     std::size_t Size() const { return (m_size - m_start) / m_width; }
+    // Bytes a unit: 1 or 2.
+    std::size_t Width() const { return m_width; }
     std::uint32_t At(std::size_t unit) const;
     std::size_t ByteOf(std::size_t unit) const { return m_start + unit * m_width; }
     bool Is(std::size_t unit, std::string_view ascii) const;
