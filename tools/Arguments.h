@@ -30,8 +30,11 @@ struct Input {
 
     bool standardInput;
     std::filesystem::path path; // empty for standard input
+    std::string shownAs;        // how messages name it, when not as above
     // How messages name it.
-    std::string Name() const { return standardInput ? "standard input" : path.string(); }
+    std::string Name() const {
+        return !shownAs.empty() ? shownAs : standardInput ? "standard input" : path.string();
+    }
     // Where relative DTD ids are looked up unless --dtd-dir says otherwise: the document's own
     // folder, the current one for standard input.
     std::filesystem::path DefaultDtdDirectory() const {

@@ -64,9 +64,13 @@ const Command kCommands[] = {
      "with the error.\n"
      "\n"
      "--format prints the document itself instead, one element a line, indented by its\n"
-     "depth, in UTF-8: only the white space between elements changes, every value stays as\n"
-     "it was. Comments and processing instructions are left out, attributes defaulted from\n"
-     "the DTD are written out, and a DOCTYPE with an internal subset is refused.\n",
+     "depth, in UTF-8: only the white space between the elements of an element without text\n"
+     "of its own changes; every value, an element with both text and elements (mixed content)\n"
+     "and all within it, and all within xml:space=\"preserve\" stay as they were. It reads the\n"
+     "document twice (standard input or a pipe is copied to a temporary file first).\n"
+     "Comments and processing instructions are left out, attributes defaulted from the DTD\n"
+     "are written out, and a DOCTYPE with an internal subset, or an XML 1.1 document, is\n"
+     "refused.\n",
      {"dtd-dir", "dtdvalid"},
      {"format"},
      1,
