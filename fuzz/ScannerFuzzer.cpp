@@ -99,7 +99,9 @@ std::string Generated(const std::uint8_t* data, std::size_t size) {
                                           "<e></e >",
                                           "<e></e x>",
                                           "\xC2\x85",
-                                          "\xE2\x80\xA8"};
+                                          "\xE2\x80\xA8",
+                                          "<?xml\n",
+                                          "<?XML\r"};
     constexpr std::size_t kCount = sizeof kPieces / sizeof kPieces[0];
     std::string xml;
     for (std::size_t i = 1; i < size; ++i) {

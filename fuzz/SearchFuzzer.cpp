@@ -30,8 +30,8 @@ std::vector<std::int64_t> Fold(std::basic_string<Char>& text) {
         } else {
             const std::string_view rest = std::string_view(text).substr(i);
             char32_t point = 0;
-            std::size_t length = classxml::platform::DecodeUtf8(
-                classxml::platform::AsUtf8(rest), point);
+            std::size_t length =
+                classxml::platform::DecodeUtf8(classxml::platform::AsUtf8(rest), point);
             char8_t lower[4] = {char8_t(rest[0])};
             std::size_t lowerLength = 1;
             if (point == 0xFFFD && !rest.starts_with("\xEF\xBF\xBD"))

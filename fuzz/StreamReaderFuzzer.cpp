@@ -11,8 +11,8 @@
 #include "FuzzSupport.h"
 #include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 #include "classxml/stream/StreamReader.h"
-#include "support/TreeText.h"
 #include "classxml/xmlio/XercesIO.h"
+#include "support/TreeText.h"
 
 namespace {
 

@@ -228,6 +228,26 @@ std::uint64_t UnitsOf(const unsigned char* bytes, std::size_t count) {
 // return and a line feed after it end one), and the UTF-16 units of the line it leaves open.
 void Input::Drop(std::size_t count) {
     if (m_inPlace) return; // nothing moves
+    if (!m_plainLineEnds.empty() && m_plainLineEnds.front() < OffsetOf(count)) {
+        // Rare (a line end in a declaration-like prolog): counted a byte at a time.
+        const Place place = PlaceOf(count);
+        m_droppedLines = place.line - 1;
+        m_droppedColumnUnits = place.column - 1;
+        m_droppedEndsWithCarriageReturn = count > 0 && m_data[count - 1] == '\r' &&
+                                          std::find(m_plainLineEnds.begin(), m_plainLineEnds.end(),
+                                                    OffsetOf(count - 1)) == m_plainLineEnds.end();
+        m_plainLineEnds.erase(
+            m_plainLineEnds.begin(),
+            std::lower_bound(m_plainLineEnds.begin(), m_plainLineEnds.end(), OffsetOf(count)));
+        m_noColumn.erase(m_noColumn.begin(),
+                         std::lower_bound(m_noColumn.begin(), m_noColumn.end(), OffsetOf(count)));
+        std::memmove(m_data, m_data + count, m_read - count);
+        m_read -= count;
+        m_checkedEnd -= count;
+        m_scanEnd -= count;
+        m_dropped += count;
+        return;
+    }
     const unsigned char* bytes = m_data;
     std::uint64_t feeds = 0, returns = 0, pairs = 0;
     std::size_t lineStart = 0; // after the last line end
@@ -288,12 +308,20 @@ Place Input::PlaceOf(std::size_t at) const {
     const unsigned char* bytes = m_data;
     Place place{m_droppedLines + 1, m_droppedColumnUnits + 1};
     std::size_t lineStart = 0;
+    auto plain = m_plainLineEnds.begin();
+    bool afterReturn = m_droppedEndsWithCarriageReturn;
     for (std::size_t i = 0; i < at; ++i) {
         const unsigned char byte = bytes[i];
+        while (plain != m_plainLineEnds.end() && *plain < OffsetOf(i))
+            ++plain;
+        if (plain != m_plainLineEnds.end() && *plain == OffsetOf(i)) { // a character here
+            afterReturn = false;
+            continue;
+        }
+        const bool pairsWithReturn = afterReturn;
+        afterReturn = byte == '\r';
         if (byte == '\n') {
-            const bool afterReturn =
-                i == 0 ? m_droppedEndsWithCarriageReturn : bytes[i - 1] == '\r';
-            if (!afterReturn) ++place.line;
+            if (!pairsWithReturn) ++place.line;
             place.column = 1;
             lineStart = i + 1;
         } else if (byte == '\r') {

@@ -70,6 +70,9 @@ public:
     Place PlaceOf(std::size_t at) const;
     // The character at a window offset counts no column, as the parser reads it there.
     void CountNoColumn(std::size_t at) { m_noColumn.push_back(OffsetOf(at)); }
+    // The line end at a window offset counts as a character on its line, as the parser takes
+    // it when it matches "<?xml" and one white space character at once.
+    void LineEndAsCharacter(std::size_t at) { m_plainLineEnds.push_back(OffsetOf(at)); }
 
 private:
     void ReadMore();
@@ -82,6 +85,7 @@ private:
 
     ByteSource& m_source;
     std::vector<std::uint64_t> m_noColumn; // document offsets, ascending, on the window's lines
+    std::vector<std::uint64_t> m_plainLineEnds; // document offsets, ascending, in the window
     Encoding m_encoding;
     std::size_t m_skip;
     std::vector<unsigned char> m_window;

@@ -132,6 +132,14 @@ Scanner::Scanner(ByteSource& source, Encoding encoding, std::size_t byteOrderMar
                  std::size_t declaration)
     : m_input(source, encoding, byteOrderMark), m_at(declaration) {
     m_input.Refill(0);
+    if (declaration > 5) TakeDeclarationStart(0);
+}
+
+// The parser matches "<?xml" and the white space after it at once, and counts a line end
+// there as a character of the line.
+void Scanner::TakeDeclarationStart(std::size_t at) {
+    const unsigned char space = Data()[at + 5];
+    if (space == '\r' || space == '\n') m_input.LineEndAsCharacter(at + 5);
 }
 
 // The window may move down as it is refilled: every offset into it moves with it. What is
@@ -247,6 +255,7 @@ bool Scanner::XmlDeclarationHere(bool& isDeclaration) {
     isDeclaration = false;
     for (const std::string_view start : {"<?xml", "<?XML"}) {
         if (!LookingAt(start) || !Have(6) || !IsSpace(Data()[m_at + 5])) continue;
+        TakeDeclarationStart(m_at);
         m_at += 6;
         isDeclaration = true;
         if (start == "<?XML")

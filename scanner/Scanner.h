@@ -77,6 +77,7 @@ private:
     // The next byte, or -1 at the end.
     [[gnu::always_inline]] int Peek() { return m_at < End() || Have(1) ? Data()[m_at] : -1; }
     std::size_t LastTagOpen();
+    void TakeDeclarationStart(std::size_t at);
     bool LookingAt(std::string_view text) {
         return Have(text.size()) && std::memcmp(Data() + m_at, text.data(), text.size()) == 0;
     }

@@ -72,6 +72,8 @@ const std::vector<Edge> kEdges = {
     {"an end tag that does not match", "<r><a></b></r>", 1, 9},
     {"an element never ended", "<r><a></r>", 1, 9},
     // the declaration and the document's shape
+    {"a line end after '<?xml', a character of line 1", "<?xml\nversion='1.0'?><r>&x;</r>", 1, 28},
+    {"'<?XML' and a line end", "<?XML\r?><r/>", 1, 7},
     {"a declaration with its encoding",
      "<?xml version='1.0' encoding='UTF-8' standalone='yes'?><r/>"},
     {"a declaration not at the start", " <?xml version='1.0'?><r/>", 1, 8},
