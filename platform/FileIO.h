@@ -12,19 +12,22 @@
 // EINVAL 22, EMFILE 24, ENOSPC 28 are the same on Windows and Linux).
 namespace classxml::platform {
 
+/// How a file is opened.
 struct OpenOptions {
+    /// What it is opened for.
     enum class Access { Read, Write, ReadWrite };
+    /// What others may do with it meanwhile (Windows).
     enum class Share { DenyNone, DenyRead, DenyWrite, DenyReadWrite };
-    Access access = Access::Read;
-    Share share = Share::DenyNone;
-    bool create = false;
-    bool exclusive = false; // fail when the file exists
-    bool truncate = false;
-    bool noInherit = false;
-    bool text = false;      // CR LF translation where the platform has it
-    bool temporary = false; // removed when closed
-    bool shortLived = false;
-    bool writablePermission = true; // permission of a created file
+    Access access = Access::Read;   ///< for reading, writing or both
+    Share share = Share::DenyNone;  ///< what other openers may do meanwhile (Windows)
+    bool create = false;            ///< created when missing
+    bool exclusive = false;         ///< fail when the file exists
+    bool truncate = false;          ///< emptied when opened
+    bool noInherit = false;         ///< not inherited by child processes
+    bool text = false;              ///< CR LF translation where the platform has it
+    bool temporary = false;         ///< removed when closed
+    bool shortLived = false;        ///< a hint that it is closed soon (Windows)
+    bool writablePermission = true; ///< permission of a created file
 };
 
 // A descriptor >= 0, or -1 with the error number in `error`.
@@ -42,8 +45,8 @@ CLASSXML_API std::int64_t ReadFile(int descriptor, void* buffer, std::size_t cou
 // Writes all `count` bytes at `offset`: 0, or the error number.
 CLASSXML_API int WriteFileAt(int descriptor, std::int64_t offset, const void* data,
                              std::size_t count);
-// Writes all `count` bytes at the descriptor's own position, which need not be seekable (a pipe,
-// a device): 0, or the error number.
+// Writes all `count` bytes at the descriptor's own position, which need not be seekable (a
+// pipe, a device): 0, or the error number.
 CLASSXML_API int WriteFile(int descriptor, const void* data, std::size_t count);
 // The file's length in bytes, or -1 with the error number.
 CLASSXML_API std::int64_t FileLength(int descriptor, int& error);

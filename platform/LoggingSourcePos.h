@@ -2,13 +2,13 @@
 
 #include <string>
 
-// Where a log entry comes from: source file, line, the source file's build time stamp and the
-// reporting function's full signature.
+/// Where a log entry comes from: source file, line, the source file's build time stamp and the
+/// reporting function's full signature.
 struct LoggingSourcePos {
-    std::string sourceFile;
-    int line = 0;
-    std::string timeStamp;
-    std::string signature;
+    std::string sourceFile; ///< as the reporting code names it
+    int line = 0;           ///< 1-based
+    std::string timeStamp;  ///< the source file's build time stamp
+    std::string signature;  ///< the reporting function's full signature
 };
 
 #if defined(_MSC_VER)

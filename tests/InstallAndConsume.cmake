@@ -35,3 +35,25 @@ if(PKG_CONFIG AND CXX)
         -Wl,-rpath,${WORK}/prefix/lib -o ${WORK}/station-pc)
     run(${WORK}/station-pc ${WORK}/run/station-pc.xml)
 endif()
+
+# A checkout added with add_subdirectory: the same include line, through the classxml target
+# alone. Compiling the program's own file shows it; building the library again would only take
+# minutes.
+file(MAKE_DIRECTORY ${WORK}/subdirectory)
+file(WRITE ${WORK}/subdirectory/CMakeLists.txt
+    "cmake_minimum_required(VERSION 3.25)\n"
+    "project(consumer LANGUAGES CXX)\n"
+    "set(CLASSXML_BUILD_TESTS OFF CACHE BOOL \"\" FORCE)\n"
+    "add_subdirectory(${SOURCE_DIR} classxml)\n"
+    "add_executable(consumer main.cpp)\n"
+    "target_link_libraries(consumer PRIVATE classxml)\n")
+file(WRITE ${WORK}/subdirectory/main.cpp
+    "#include <classxml/archive/Archive.h>\n"
+    "#include <classxml/XMLClassReaderWriter/XMLClassReaderWriter.h>\n"
+    "#include <classxml/basicio/VFile.h>\n"
+    "struct Point { int x = 0; template <class A> void serialize(A& ar) { ar(CLASSXML_NVP(x)); } };\n"
+    "int main() { std::string xml; return classxml::SaveToString(xml, Point{}) ? 0 : 1; }\n")
+run(${CMAKE_COMMAND} -S ${WORK}/subdirectory -B ${WORK}/subdirectory/build -G Ninja
+    "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}")
+run(${CMAKE_COMMAND} --build ${WORK}/subdirectory/build --target
+    CMakeFiles/consumer.dir/main.cpp.o)

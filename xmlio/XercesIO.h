@@ -3,8 +3,8 @@
 #include "classxml/xmlio/XMLIO.h"
 #include "classxml/xmlio/XercesStringHandler.h"
 
-// The Xerces-C back end. Instances hold no state of their own: the engine, the DTD directory
-// and the document registry are process-wide, so any number of instances share one engine.
+/// The Xerces-C back end. Instances hold no state of their own: the engine, the DTD directory
+/// and the document registry are process-wide, so any number of instances share one engine.
 class CLASSXML_API CXercesIO : public CXMLIO, public CXercesStringHandler {
 public:
     class CMemoryHandler;
@@ -13,18 +13,23 @@ public:
     CXercesIO();
     ~CXercesIO() override;
 
-    // Process-wide engine control, used by CXMLClassReaderWriter's static engine functions.
-    // StartEngine is idempotent and answers whether the engine runs; StopEngine frees every
-    // document still registered and shuts Xerces down.
+    /// Process-wide engine control, used by CXMLClassReaderWriter's static engine functions.
+    /// StartEngine is idempotent and answers whether the engine runs; StopEngine frees every
+    /// document still registered and shuts Xerces down.
+    ///@{
     static bool StartEngine();
     static void StopEngine();
-    // Replaces the DTD directory; a non-empty directory gets one trailing separator.
+    ///@}
+    /// Replaces the DTD directory (a non-empty directory gets one trailing separator), and
+    /// gives it.
+    ///@{
     static void SetDtdDirectory(const CBasicString<WideChar>& directory);
     static void SetDtdDirectory(CBasicString<WideChar>&& directory);
     static CBasicString<WideChar> GetDtdDirectory();
-    // How many documents are registered, that is, created or parsed and not yet released.
+    ///@}
+    /// How many documents are registered, that is, created or parsed and not yet released.
     static std::size_t GetDocumentCount();
-    // The system id of every document parsed from memory, as its complaints name it.
+    /// The system id of every document parsed from memory, as its complaints name it.
     static constexpr const XMLCh* kMemoryBufferId = WIDE("prodInfo");
 
     bool Initialize() override;
