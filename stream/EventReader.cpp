@@ -8,6 +8,8 @@
 
 namespace classxml::stream_detail {
 
+EventReader::LocatorCatcher::~LocatorCatcher() = default;
+
 EventReader::EventReader(xercesc::MemoryManager* memory)
     : SAX2XMLReaderImpl(memory), m_memory(memory) {
     setContentHandler(&m_locatorCatcher);

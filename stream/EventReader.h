@@ -172,7 +172,10 @@ public:
 
 private:
     // The reader tells its content handler where the scanner stands; that is all it is for.
+    // Its destructor is defined once, in EventReader.cpp: an inline one gives each file its
+    // own copy of the thunks, which the Windows linker refuses under link-time optimisation.
     struct LocatorCatcher : xercesc::DefaultHandler {
+        ~LocatorCatcher() override;
         void setDocumentLocator(const xercesc::Locator* const where) override { locator = where; }
         const xercesc::Locator* locator = nullptr;
     };
