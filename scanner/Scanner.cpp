@@ -905,11 +905,7 @@ bool Scanner::AttributeValue(std::size_t nameAt, std::size_t nameLength, Pending
         }
         if (m_at == End() && !Have(1)) return Fail("unexpected end of input"), false;
         const unsigned char byte = Data()[m_at];
-        if (byte == quote) {
-            if (leading) { // the quote is the character the parser finds not to be a low surrogate
-                ++m_at;
-                return Fail(kExpectedSecondSurrogate), false;
-            }
+        if (byte == quote) { // ends the value before any check, a surrogate waiting or not
             pending.copied = copied;
             pending.value = copied ? copyStart : start;
             pending.valueLength = copied ? m_values.size() - copyStart : m_at - m_tagStart - start;
