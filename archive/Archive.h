@@ -33,6 +33,7 @@
 #include "classxml/archive/Members.h"
 #include "classxml/archive/OutputArchive.h"
 #include "classxml/archive/Result.h"
+#include "classxml/archive/SaveOptions.h"
 #include "classxml/archive/TypeText.h"
 #include "classxml/archive/engines/DomReader.h"
 #include "classxml/archive/engines/DomWriter.h"
@@ -74,18 +75,19 @@ void RequireRootClass() {
 }
 
 template <class Writer, class T>
-Result SaveOn(Destination destination, const T& object, const DocumentType& doctype) {
-    Writer writer(destination, TypeTextOf<T>(), doctype);
+Result SaveOn(Destination destination, const T& object, const SaveOptions& options) {
+    Writer writer(destination, TypeTextOf<T>(), options);
     BasicOutputArchive<Writer> archive(writer);
     SaveMembers(archive, object);
     return writer.Finish();
 }
 
 template <class T>
-Result Save(Destination destination, const T& object, const DocumentType& doctype, Engine engine) {
+Result Save(Destination destination, const T& object, const SaveOptions& options) {
     RequireRootClass<T>();
-    return engine == Engine::Stream ? SaveOn<StreamEngineWriter>(destination, object, doctype)
-                                    : SaveOn<DomWriter>(destination, object, doctype);
+    return options.engine == Engine::Stream
+               ? SaveOn<StreamEngineWriter>(destination, object, options)
+               : SaveOn<DomWriter>(destination, object, options);
 }
 
 // Loads into a fresh object and moves it over `object` only when the whole document was read
@@ -124,11 +126,15 @@ Result Load(T& object, Engine engine, auto start) {
 template <class T>
 Result SaveToFile(std::string_view path, const T& object, const DocumentType& doctype = {},
                   Engine engine = Engine::Stream) {
-    return archive_detail::Save({path}, object, doctype, engine);
+    return archive_detail::Save({path}, object, SaveOptions{doctype, engine});
 }
 template <class T>
 Result SaveToFile(std::string_view path, const T& object, Engine engine) {
-    return archive_detail::Save({path}, object, {}, engine);
+    return archive_detail::Save({path}, object, SaveOptions{{}, engine});
+}
+template <class T>
+Result SaveToFile(std::string_view path, const T& object, const SaveOptions& options) {
+    return archive_detail::Save({path}, object, options);
 }
 ///@}
 
@@ -138,11 +144,15 @@ Result SaveToFile(std::string_view path, const T& object, Engine engine) {
 template <class T>
 Result SaveToString(std::string& xml, const T& object, const DocumentType& doctype = {},
                     Engine engine = Engine::Stream) {
-    return archive_detail::Save({{}, &xml}, object, doctype, engine);
+    return archive_detail::Save({{}, &xml}, object, SaveOptions{doctype, engine});
 }
 template <class T>
 Result SaveToString(std::string& xml, const T& object, Engine engine) {
-    return archive_detail::Save({{}, &xml}, object, {}, engine);
+    return archive_detail::Save({{}, &xml}, object, SaveOptions{{}, engine});
+}
+template <class T>
+Result SaveToString(std::string& xml, const T& object, const SaveOptions& options) {
+    return archive_detail::Save({{}, &xml}, object, options);
 }
 ///@}
 

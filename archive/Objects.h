@@ -49,8 +49,8 @@ namespace archive_detail {
 // A writer and its archive, for one engine.
 template <class Writer>
 struct WriterOn {
-    WriterOn(Destination destination, std::string_view rootName, const DocumentType& doctype)
-        : writer(destination, rootName, doctype), archive(writer) {}
+    WriterOn(Destination destination, std::string_view rootName, const SaveOptions& options)
+        : writer(destination, rootName, options), archive(writer) {}
     Writer writer;
     BasicOutputArchive<Writer> archive;
 };
@@ -74,14 +74,18 @@ public:
     ///@{
     ObjectWriter(InFile file, std::string_view rootName, const DocumentType& doctype = {},
                  Engine engine = Engine::Stream)
-        : ObjectWriter(archive_detail::Destination{file.path}, rootName, doctype, engine) {}
+        : ObjectWriter(file, rootName, SaveOptions{doctype, engine}) {}
     ObjectWriter(InString text, std::string_view rootName, const DocumentType& doctype = {},
                  Engine engine = Engine::Stream)
-        : ObjectWriter(archive_detail::Destination{{}, &text.utf8}, rootName, doctype, engine) {}
+        : ObjectWriter(text, rootName, SaveOptions{doctype, engine}) {}
     ObjectWriter(InFile file, std::string_view rootName, Engine engine)
-        : ObjectWriter(file, rootName, {}, engine) {}
+        : ObjectWriter(file, rootName, SaveOptions{{}, engine}) {}
     ObjectWriter(InString text, std::string_view rootName, Engine engine)
-        : ObjectWriter(text, rootName, {}, engine) {}
+        : ObjectWriter(text, rootName, SaveOptions{{}, engine}) {}
+    ObjectWriter(InFile file, std::string_view rootName, const SaveOptions& options)
+        : ObjectWriter(archive_detail::Destination{file.path}, rootName, options) {}
+    ObjectWriter(InString text, std::string_view rootName, const SaveOptions& options)
+        : ObjectWriter(archive_detail::Destination{{}, &text.utf8}, rootName, options) {}
     ///@}
 
     /// Writes `object` as the next class element; false once the document has failed.
@@ -96,12 +100,12 @@ public:
 
 private:
     ObjectWriter(archive_detail::Destination destination, std::string_view rootName,
-                 const DocumentType& doctype, Engine engine) {
-        if (engine == Engine::Stream)
+                 const SaveOptions& options) {
+        if (options.engine == Engine::Stream)
             m_stream =
-                std::make_unique<decltype(m_stream)::element_type>(destination, rootName, doctype);
+                std::make_unique<decltype(m_stream)::element_type>(destination, rootName, options);
         else
-            m_dom = std::make_unique<decltype(m_dom)::element_type>(destination, rootName, doctype);
+            m_dom = std::make_unique<decltype(m_dom)::element_type>(destination, rootName, options);
     }
 
     template <class On, class T>

@@ -51,9 +51,9 @@ namespace {
 
 std::size_t g_recordCount = 100'000;
 
-std::string WriteStream(const std::vector<Record>& records) {
+std::string WriteStream(const std::vector<Record>& records, bool indented = false) {
     std::string xml;
-    ObjectWriter out(InString{xml}, "Records");
+    ObjectWriter out(InString{xml}, "Records", SaveOptions{{}, Engine::Stream, indented});
     for (const Record& record : records)
         out.Write(record);
     return out.Finish() ? xml : std::string();
@@ -124,6 +124,7 @@ struct Side {
 const std::vector<Side>& Sides() {
     static const std::vector<Side> sides = {
         {"write/stream", [] { return WriteStream(Records()).size(); }},
+        {"write/stream-indented", [] { return WriteStream(Records(), true).size(); }},
         {"write/cereal", [] { return WriteCereal(Records()).size(); }},
         {"write/dom", [] { return WriteWithHandle(Records()); }, 1, 3},
         {"read/stream", [] { return ReadStream(StreamXml()).size(); }, 1, 15},
@@ -346,8 +347,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "the sides do not do the same work\n");
         return 1;
     }
-    std::printf("documents: stream %zu bytes, DOM %zu bytes, cereal %zu bytes\n",
-                StreamXml().size(), DomXml().size(), CerealXml().size());
+    std::printf("documents: stream %zu bytes (%zu indented), DOM %zu bytes, cereal %zu bytes\n",
+                StreamXml().size(), WriteStream(Records(), true).size(), DomXml().size(),
+                CerealXml().size());
     for (const Side& side : Sides())
         Register(side.name, side.work, side.iterations, side.repetitions);
     std::vector<Ratio> ratios;
@@ -364,6 +366,7 @@ int main(int argc, char** argv) {
         {"typed reads / events and from_chars", "read/typed", "read/events", 1.15},
         {"SAX2 by hand / cereal", "read/sax", "read/cereal", 0},
         {"write, stream / DOM", "write/stream", "write/dom", 0},
+        {"write, indented / compact", "write/stream-indented", "write/stream", 0},
         {"read, stream / DOM", "read/stream", "read/dom", 0}};
     ratios.insert(ratios.end(), others.begin(), others.end());
     const double bytes = double(StreamXml().size());

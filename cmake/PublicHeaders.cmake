@@ -13,7 +13,8 @@ set(CLASSXML_PUBLIC_HEADERS
     stream/StreamReader.h stream/StreamWriter.h
     archive/Archive.h archive/DocumentType.h archive/DtdFor.h archive/Engine.h
     archive/InputArchive.h archive/LoadOptions.h archive/Members.h archive/Objects.h
-    archive/OutputArchive.h archive/Registration.h archive/Result.h archive/TypeText.h
+    archive/OutputArchive.h archive/Registration.h archive/Result.h archive/SaveOptions.h
+    archive/TypeText.h
     archive/types/Bitset.h archive/types/Chrono.h archive/types/Containers.h
     archive/types/FilesystemPath.h archive/types/Optional.h archive/types/Pointers.h
     archive/types/TupleLike.h archive/types/Values.h archive/types/Variant.h

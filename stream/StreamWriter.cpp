@@ -81,6 +81,7 @@ public:
         out.Append(WIDE("<?xml version=\"1.0\" encoding=\""));
         out.Append(xerces_text::ViewOf(m_encoding));
         out.Append(WIDE("\" standalone=\"no\" ?>"));
+        if (m_indent) out.Append(WideChar('\n'));
         if (!publicId.empty() || !systemId.empty()) {
             out.Append(WIDE("<!DOCTYPE "));
             out.Append(root);
@@ -93,6 +94,7 @@ public:
             }
             out.Append(systemId);
             out.Append(WIDE("\">"));
+            if (m_indent) out.Append(WideChar('\n'));
         }
         m_state = State::Writing;
         Open(root, std::initializer_list<Attribute>());
@@ -155,6 +157,7 @@ public:
         if (!CanAdd(name) || (m_typeCheck && !IsXmlText(type))) return false;
         Markup& out = *m_markup;
         CloseStartTag();
+        NewLine(m_open.size());
         out.Append(WideChar('<'));
         out.Append(name);
         if (m_typeCheck) WriteAttribute({kKeyType, type});
@@ -207,10 +210,17 @@ public:
         });
     }
 
+    bool Indent() {
+        if (m_state != State::New) return false;
+        m_indent = true;
+        return true;
+    }
+
     bool Finish() {
         if (m_state != State::Writing) return false;
         while (!m_open.empty())
             Close();
+        if (m_indent) m_markup->Append(WideChar('\n'));
         m_markup->Flush();
         if (m_file && !m_file->Commit()) throw xerces_output::WriteFailed{};
         m_state = State::Finished;
@@ -256,9 +266,19 @@ private:
         out.Append(WideChar('"'));
     }
 
+    // Indented, an element starts a line of its own, and so does the end tag of an element of
+    // elements: between elements only, never within a value's text.
+    void NewLine(std::size_t depth) {
+        if (!m_indent || m_open.empty()) return;
+        m_markup->Append(WideChar('\n'));
+        for (std::size_t i = 0; i < depth; ++i)
+            m_markup->Append(WIDE("  "));
+    }
+
     template <class Attributes>
     void Open(View name, const Attributes& attributes) {
         CloseStartTag();
+        NewLine(m_open.size());
         m_markup->Append(WideChar('<'));
         m_markup->Append(name);
         for (const Attribute& attribute : attributes)
@@ -275,6 +295,7 @@ private:
             m_markup->Append(WIDE("/>"));
             m_tagOpen = false;
         } else {
+            NewLine(m_open.size() - 1);
             m_markup->Append(WIDE("</"));
             m_markup->Append(name);
             m_markup->Append(WideChar('>'));
@@ -292,6 +313,7 @@ private:
     std::optional<Markup> m_markup;
     State m_state = State::New;
     bool m_tagOpen = false;
+    bool m_indent = false;
     CBasicString<WideChar> m_names;  // of the open elements, one after another
     std::vector<std::size_t> m_open; // where each open element's name starts in m_names
 };
@@ -326,6 +348,10 @@ StreamWriter::StreamWriter(View path, Encoding encoding, bool typeCheck) {
 }
 
 StreamWriter::~StreamWriter() = default;
+
+bool StreamWriter::Indent() {
+    return m_impl->Guarded([&] { return m_impl->Indent(); });
+}
 
 bool StreamWriter::StartDocument(View rootName, View publicId, View systemId) {
     return m_impl->Guarded([&] { return m_impl->StartDocument(rootName, publicId, systemId); });

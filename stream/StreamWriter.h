@@ -56,6 +56,12 @@ public:
     StreamWriter(const StreamWriter&) = delete;
     StreamWriter& operator=(const StreamWriter&) = delete;
 
+    /// Writes the document indented, for people and version control: the declaration, the
+    /// DOCTYPE and each element on a line of their own, two spaces a level, and a final newline.
+    /// Only white space between elements is added; a value's text is written as it is. Before
+    /// StartDocument; false after it.
+    bool Indent();
+
     /// The XML declaration, a DOCTYPE when either identifier is given, and the root element,
     /// into which the following elements go. Once, first.
     bool StartDocument(View rootName, View publicId = {}, View systemId = {});

@@ -141,6 +141,44 @@ TEST_P(ArchiveTest, EveryTypeAndContainerComesBackExactly) {
     EXPECT_FALSE(classxml::SaveToFile((directory / "missing" / "x.xml").string(), saved, engine));
 }
 
+// Indented, a document is one element a line on both engines, byte for byte alike, and the
+// texts in it are exactly the values: indentation never leaks into them.
+TEST_P(ArchiveTest, AnIndentedDocumentIsOneElementALineAndReadsBackExactly) {
+    Everything saved;
+    saved.text = "  leading spaces\n  and a line that looks indented\n";
+    saved.empty = "<Point>";
+    const classxml::SaveOptions options{{"", "everything.dtd"}, engine, true};
+    std::string xml, other;
+    ASSERT_TRUE(classxml::SaveToString(xml, saved, options));
+    classxml::SaveOptions otherEngine = options;
+    otherEngine.engine =
+        engine == classxml::Engine::Dom ? classxml::Engine::Stream : classxml::Engine::Dom;
+    ASSERT_TRUE(classxml::SaveToString(other, saved, otherEngine));
+    EXPECT_EQ(xml, other);
+    EXPECT_NE(xml.find("?>\n<!DOCTYPE Everything SYSTEM \"everything.dtd\">\n<Everything>\n  "
+                       "<i32 keytype=\"int\">-2147483648</i32>\n"),
+              std::string::npos)
+        << xml.substr(0, 300);
+    EXPECT_NE(xml.find("\n  <points keytype=\"map\" varkeytype=\"CUTF8String\" vartype=\"Point\">"
+                       "\n    <key keytype=\"CUTF8String\">o</key>\n    <Point>\n      <x "),
+              std::string::npos);
+    EXPECT_NE(xml.find("</y>\n    </Point>\n"), std::string::npos);
+    EXPECT_TRUE(xml.ends_with("\n  </Point>\n</Everything>\n")) << xml.substr(xml.size() - 100);
+
+    const classxml::SaveOptions noDtd{{}, engine, true};
+    ASSERT_TRUE(classxml::SaveToString(xml, saved, noDtd));
+    Everything loaded;
+    loaded.text.clear();
+    const classxml::Result result = classxml::LoadFromString(xml, loaded, engine);
+    ASSERT_TRUE(result) << result.Message();
+    EXPECT_EQ(loaded, saved);
+
+    const classxml::testing::TempDir directory;
+    const std::string file = (directory / "indented.xml").string();
+    ASSERT_TRUE(classxml::SaveToFile(file, saved, noDtd));
+    EXPECT_EQ(classxml::testing::ReadFile(file), xml);
+}
+
 // Both engines find members by name in any order, an optional one too, and skip unknown
 // elements; a member that is not there is the one reported missing.
 TEST_P(ArchiveTest, MembersAreFoundByNameInAnyOrderAndUnknownOnesAreSkipped) {

@@ -2,6 +2,7 @@
 
 #include <xercesc/dom/DOMException.hpp>
 
+#include "classxml/archive/detail/Indented.h"
 #include "classxml/archive/detail/StartOnFirstUse.h"
 #include "classxml/archive/detail/WideText.h"
 #include "classxml/platform/FileReplace.h"
@@ -12,11 +13,11 @@ namespace classxml::archive_detail {
 using Handle = CXMLClassReaderWriter;
 using View = Handle::View;
 
-DomWriter::DomWriter(Destination destination, std::string_view rootName,
-                     const DocumentType& doctype)
-    : m_destination(destination), m_rootName(rootName),
+DomWriter::DomWriter(Destination destination, std::string_view rootName, const SaveOptions& options)
+    : m_destination(destination), m_rootName(rootName), m_indented(options.indented),
       m_root(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true) {
     StartEngineOnFirstUse();
+    const DocumentType& doctype = options.doctype;
     const WideText root(rootName), publicId(doctype.publicId), systemId(doctype.systemId);
     m_path.Enter(m_rootName);
     if (!m_root.CreateDocument(root.view(), publicId.view(), systemId.view())) {
@@ -140,7 +141,9 @@ void DomWriter::PutText(std::string_view name, std::string_view type,
 
 Result DomWriter::Finish() {
     if (!m_result) return m_result;
-    if (m_destination.text) {
+    if (m_indented) {
+        SaveIndented();
+    } else if (m_destination.text) {
         char8_t* buffer = nullptr;
         unsigned long long length = 0;
         if (m_root.SaveToString(&buffer, length, true))
@@ -158,6 +161,29 @@ Result DomWriter::Finish() {
     }
     m_result.diagnostics = LastDiagnostics();
     return m_result;
+}
+
+// The handle saves compact documents; an indented one is laid out from its UTF-8 text and
+// replaces the file in one step as the handle's save does.
+void DomWriter::SaveIndented() {
+    char8_t* buffer = nullptr;
+    unsigned long long length = 0;
+    const bool saved = m_root.SaveToString(&buffer, length, true);
+    std::string text =
+        saved ? Indented({reinterpret_cast<const char*>(buffer), std::size_t(length)}) : "";
+    Handle::FreeMemory(&buffer);
+    if (m_destination.text) {
+        if (saved)
+            *m_destination.text = std::move(text);
+        else
+            Refuse({}, "the document saved to a string", "the save failing");
+        return;
+    }
+    const std::string_view path = m_destination.path;
+    platform::FileReplacement file(platform::Utf8ToUtf16(path));
+    if (!saved || file.Kind() == platform::WriteTarget::Kind::MissingFolder || !file.IsOpen() ||
+        !file.Write(text.data(), text.size()) || !file.Commit())
+        Refuse({}, "the document saved to \"" + std::string(path) + '"', "the save failing");
 }
 
 } // namespace classxml::archive_detail

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
-#include "classxml/archive/DocumentType.h"
+#include "classxml/archive/SaveOptions.h"
 #include "classxml/archive/detail/Archived.h"
 #include "classxml/archive/engines/ArchiveWriter.h"
 
@@ -20,7 +20,7 @@ class CLASSXML_API DomWriter : public ArchiveWriter {
 public:
     static constexpr Engine kEngine = Engine::Dom;
 
-    DomWriter(Destination destination, std::string_view rootName, const DocumentType& doctype);
+    DomWriter(Destination destination, std::string_view rootName, const SaveOptions& options);
     ~DomWriter() override;
     DomWriter(const DomWriter&) = delete;
     DomWriter& operator=(const DomWriter&) = delete;
@@ -48,9 +48,11 @@ private:
     template <class Writer>
     void Put(std::string_view name, std::string_view type, Writer add);
     void Open(CXMLClassReaderWriter element, std::string_view name, std::size_t index);
+    void SaveIndented();
 
     Destination m_destination;
     std::string m_rootName; // the path's first step
+    bool m_indented;
     CXMLClassReaderWriter m_root;
     std::vector<CXMLClassReaderWriter> m_open; // the root, then each element begun
 };

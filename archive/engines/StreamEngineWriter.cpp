@@ -9,8 +9,9 @@
 namespace classxml::archive_detail {
 
 StreamEngineWriter::StreamEngineWriter(Destination destination, std::string_view rootName,
-                                       const DocumentType& doctype)
+                                       const SaveOptions& options)
     : m_text(destination.text), m_rootName(rootName) {
+    const DocumentType& doctype = options.doctype;
     StartEngineOnFirstUse();
     if (m_text) { // written aside, so that a failed save leaves the caller's string as it was
         m_out = std::make_unique<StreamWriter>(m_written);
@@ -21,6 +22,7 @@ StreamEngineWriter::StreamEngineWriter(Destination destination, std::string_view
         m_destinationText = '"' + std::string(destination.path) + '"';
     }
     m_path.Enter(m_rootName);
+    if (options.indented) m_out->Indent();
     const WideText root(rootName), publicId(doctype.publicId), systemId(doctype.systemId);
     if (!m_out->StartDocument(root.view(), publicId.view(), systemId.view()))
         Refuse({},

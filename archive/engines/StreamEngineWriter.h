@@ -27,7 +27,7 @@ public:
     static constexpr Engine kEngine = Engine::Stream;
 
     StreamEngineWriter(Destination destination, std::string_view rootName,
-                       const DocumentType& doctype);
+                       const SaveOptions& options);
     ~StreamEngineWriter() override;
     StreamEngineWriter(const StreamEngineWriter&) = delete;
     StreamEngineWriter& operator=(const StreamEngineWriter&) = delete;
