@@ -101,7 +101,10 @@ Result LoadOn(T& object, auto start) {
             T loaded{};
             LoadMembers(archive, loaded);
             reader.Finish();
-            if (!reader.Failed()) object = std::move(loaded);
+            if (!reader.Failed())
+                object = std::move(loaded);
+            else
+                archive.Shared().Abandon();
         } else {
             LoadMembers(archive, object);
             reader.Finish();

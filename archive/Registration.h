@@ -34,6 +34,7 @@ bool Register() {
     type.typeName = typeid(T).name();
     type.create = []() -> void* { return new T(); };
     type.destroy = [](void* object) { delete static_cast<T*>(object); };
+    type.renew = RenewInPlace<T>;
     type.throwPointer = [](void* object) { throw static_cast<T*>(object); };
     type.save[int(Engine::Dom)] = [](void* archive, const void* object) {
         Archived<T>::Save(*static_cast<Dom*>(archive), {}, 1, *static_cast<const T*>(object));

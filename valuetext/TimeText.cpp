@@ -1,6 +1,8 @@
 #include "classxml/valuetext/TimeText.h"
 
 #include <charconv>
+#include <cstdio>
+#include <limits>
 
 namespace classxml::value_text {
 namespace {
@@ -47,7 +49,65 @@ bool Digits(std::string_view text, std::size_t at, std::size_t count, unsigned& 
     return true;
 }
 
+// a * b and a + b, false when they overflow.
+bool Multiply(std::int64_t a, std::int64_t b, std::int64_t& product) {
+    constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
+    if (a != 0 && b != 0 &&
+        (a > 0 ? (b > 0 ? a > kMax / b : b < kMin / a) : (b > 0 ? a < kMin / b : a < kMax / b)))
+        return false;
+    product = a * b;
+    return true;
+}
+bool Add(std::int64_t a, std::int64_t b, std::int64_t& sum) {
+    if (b > 0 ? a > std::numeric_limits<std::int64_t>::max() - b
+              : a < std::numeric_limits<std::int64_t>::min() - b)
+        return false;
+    sum = a + b;
+    return true;
+}
+
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+
 } // namespace
+
+bool TicksOfTime(std::int64_t seconds, std::uint32_t nanoseconds, std::int64_t num,
+                 std::int64_t den, std::int64_t& ticks) {
+    // Before 1970 the fraction counts back from the next second, so that the earliest time a
+    // count holds is reached without passing beyond it.
+    std::int64_t fraction = nanoseconds;
+    if (seconds < 0 && fraction != 0) ++seconds, fraction -= kNanosecondsPerSecond;
+    // The ratio is reduced, so whole seconds make whole ticks only in multiples of num.
+    std::int64_t whole = 0, unit = 0, part = 0;
+    if (seconds % num != 0 || !Multiply(seconds / num, den, whole)) return false;
+    if (fraction != 0) { // fraction * den / (num * 10^9) ticks, a whole number of them
+        if (!Multiply(num, kNanosecondsPerSecond, unit) || !Multiply(fraction, den, part) ||
+            part % unit != 0)
+            return false;
+        part /= unit;
+    }
+    return Add(whole, part, ticks);
+}
+
+bool TimeOfTicks(std::int64_t ticks, std::int64_t num, std::int64_t den, std::int64_t& seconds,
+                 std::uint32_t& nanoseconds) {
+    std::int64_t quotient = ticks / den, rest = ticks % den; // rest in [0, den) ticks
+    if (rest < 0) rest += den, --quotient;
+    std::int64_t restNum = 0, whole = 0;
+    if (!Multiply(quotient, num, whole) || !Multiply(rest, num, restNum) ||
+        !Add(whole, restNum / den, seconds))
+        return false;
+    // The fraction of a second left, (restNum % den) / den, to nanoseconds, digit by digit so
+    // that no product overflows.
+    std::uint64_t remainder = std::uint64_t(restNum % den), fraction = 0;
+    for (int digit = 0; digit < 9; ++digit) {
+        remainder *= 10;
+        fraction = fraction * 10 + remainder / std::uint64_t(den);
+        remainder %= std::uint64_t(den);
+    }
+    nanoseconds = std::uint32_t(fraction);
+    return true;
+}
 
 std::string TimeText(std::int64_t seconds, std::uint32_t nanoseconds, int digits) {
     std::int64_t days = seconds / kSecondsPerDay, inDay = seconds % kSecondsPerDay;
@@ -111,8 +171,12 @@ bool ParseTime(std::string_view text, std::int64_t& seconds, std::uint32_t& nano
     if (month < 1 || month > 12 || day < 1 || day > DaysInMonth(year, month) || hour > 23 ||
         minute > 59 || second > 59)
         return false;
-    seconds = DaysFromCivil(year, month, day) * kSecondsPerDay + hour * 3600 + minute * 60 + second;
-    return true;
+    // Twelve digits of years hold more seconds than 64 bits do; before 1970 the time of day
+    // counts back from the next day, so that the earliest second is reached without passing it.
+    std::int64_t days = DaysFromCivil(year, month, day), dayStart = 0;
+    std::int64_t inDay = std::int64_t(hour) * 3600 + minute * 60 + second;
+    if (days < 0 && inDay != 0) ++days, inDay -= kSecondsPerDay;
+    return Multiply(days, kSecondsPerDay, dayStart) && Add(dayStart, inDay, seconds);
 }
 
 } // namespace classxml::value_text

@@ -17,4 +17,11 @@ CLASSXML_API std::string TimeText(std::int64_t seconds, std::uint32_t nanosecond
 CLASSXML_API bool ParseTime(std::string_view text, std::int64_t& seconds,
                             std::uint32_t& nanoseconds);
 
+// A time as a count of ticks of num/den seconds (a reduced ratio), and back, exactly: false when
+// the time is not a whole number of ticks, or a count or its seconds do not fit in 64 bits.
+CLASSXML_API bool TicksOfTime(std::int64_t seconds, std::uint32_t nanoseconds, std::int64_t num,
+                              std::int64_t den, std::int64_t& ticks);
+CLASSXML_API bool TimeOfTicks(std::int64_t ticks, std::int64_t num, std::int64_t den,
+                              std::int64_t& seconds, std::uint32_t& nanoseconds);
+
 } // namespace classxml::value_text

@@ -24,6 +24,7 @@ struct PolymorphicType {
     std::string typeName;          // typeid(T).name(), which names the type in every module alike
     void* (*create)();             // a new T
     void (*destroy)(void* object); // deletes a T
+    void (*renew)(void* object);   // destroys a T in place and makes a new one there
     void (*throwPointer)(void* object); // throws it as a T*, to find a base inside it
     // Its class element, saved from or loaded into its complete object, on each engine.
     void (*save[2])(void* archive, const void* object);

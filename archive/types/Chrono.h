@@ -82,14 +82,30 @@ struct Archived<std::chrono::time_point<std::chrono::system_clock, Duration>>
         return 9;
     }
 
+    using Rep = typename Duration::rep;
+    using Period = typename Duration::period;
+    // Counts of whole ticks are converted exactly, with every product checked; a floating
+    // count is converted as the standard library converts it.
+    static constexpr bool kWholeTicks = std::is_integral_v<Rep> && sizeof(Rep) <= 8;
+
     template <class Out>
     static void Save(Out& ar, std::string_view name, std::size_t, const T& point) {
         using namespace std::chrono;
         const auto since = point.time_since_epoch();
-        const auto whole = floor<seconds>(since);
-        const auto fraction = duration_cast<nanoseconds>(since - whole);
-        ar.Writer().Write(name, TypeText(),
-                          value_text::TimeText(whole.count(), std::uint32_t(fraction.count()), Digits()));
+        std::int64_t whole = 0;
+        std::uint32_t fraction = 0;
+        if constexpr (kWholeTicks) {
+            if (!Fits<std::int64_t>(since.count()) ||
+                !value_text::TimeOfTicks(std::int64_t(since.count()), Period::num, Period::den,
+                                         whole, fraction))
+                return ar.Writer().Refuse(name, "a time within 64 bits of seconds",
+                                          NumberText(since.count()) + " ticks");
+        } else {
+            const auto seconds = floor<std::chrono::seconds>(since);
+            whole = std::int64_t(seconds.count());
+            fraction = std::uint32_t(duration_cast<nanoseconds>(since - seconds).count());
+        }
+        ar.Writer().Write(name, TypeText(), value_text::TimeText(whole, fraction, Digits()));
     }
     template <class In>
     static void Load(In& ar, T& point) {
@@ -99,12 +115,20 @@ struct Archived<std::chrono::time_point<std::chrono::system_clock, Duration>>
         std::int64_t whole = 0;
         std::uint32_t fraction = 0;
         const auto exact = [&] {
-            const Duration inSeconds = duration_cast<Duration>(seconds(whole));
-            const Duration inFraction = duration_cast<Duration>(nanoseconds(fraction));
-            if (duration_cast<seconds>(inSeconds) != seconds(whole) ||
-                duration_cast<nanoseconds>(inFraction) != nanoseconds(fraction))
-                return false;
-            point = T(inSeconds + inFraction);
+            if constexpr (kWholeTicks) {
+                std::int64_t ticks = 0;
+                if (!value_text::TicksOfTime(whole, fraction, Period::num, Period::den, ticks) ||
+                    !Fits<Rep>(ticks))
+                    return false;
+                point = T(Duration(Rep(ticks)));
+            } else {
+                const Duration inSeconds = duration_cast<Duration>(seconds(whole));
+                const Duration inFraction = duration_cast<Duration>(nanoseconds(fraction));
+                if (duration_cast<seconds>(inSeconds) != seconds(whole) ||
+                    duration_cast<nanoseconds>(inFraction) != nanoseconds(fraction))
+                    return false;
+                point = T(inSeconds + inFraction);
+            }
             return true;
         };
         if (!value_text::ParseTime(text, whole, fraction) || !exact())

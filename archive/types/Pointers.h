@@ -17,7 +17,8 @@
 // Pointers, as the class element "pointer" holding what it points to as its one item (a class
 // by its element, named by its type; a value as "item"), and nothing for a null pointer. Objects
 // that several shared_ptrs share are saved once: the first pointer carries "varid", the others
-// only "varref" with the same number, and they come back as one object shared the same way. A
+// only "varref" with the same number, and they come back as one object shared the same way,
+// rings included (an object is known by its number before its contents load). A
 // pointer to a polymorphic base holding another class holds that class's element: its type must
 // be registered (CLASSXML_REGISTER_TYPE), on saving and on loading.
 namespace classxml::archive_detail {
@@ -80,18 +81,26 @@ struct ArchivedPointer {
         }
         if (!reader.FirstItem()) return pointer.reset();
         Made made = Make(ar);
-        if (!made.object || reader.Failed()) return;
-        if (reader.NextItem()) return (void)reader.Fail("one object", "more");
+        if (!made.object) return;
         if constexpr (kShared) {
+            // Known by its id before its contents load, so that a ring through it closes.
             const auto deleter = made.whole.get_deleter();
             const std::shared_ptr<void> whole(made.whole.release(), deleter);
-            pointer = std::shared_ptr<T>(whole, made.object);
-            if (id &&
-                !ar.Shared()
-                     .byId.try_emplace(*id, LoadedObjects::Object{whole, made.type, &typeid(T)})
-                     .second)
+            if (id && !ar.Shared()
+                           .byId
+                           .try_emplace(*id, LoadedObjects::Object{whole, made.type, &typeid(T),
+                                                                   made.type ? made.type->renew
+                                                                             : RenewInPlace<T>})
+                           .second)
                 return (void)reader.Fail("a varid of its own", "a repeated one");
+            LoadContents(ar, made);
+            if (reader.Failed()) return;
+            if (reader.NextItem()) return (void)reader.Fail("one object", "more");
+            pointer = std::shared_ptr<T>(whole, made.object);
         } else {
+            LoadContents(ar, made);
+            if (reader.Failed()) return;
+            if (reader.NextItem()) return (void)reader.Fail("one object", "more");
             made.whole.release();
             pointer.reset(made.object);
         }
@@ -128,12 +137,13 @@ private:
     // pointer takes it, and the T inside it.
     struct Made {
         std::unique_ptr<void, void (*)(void*)> whole{nullptr, nullptr};
+        void* address = nullptr; // of the whole object, which outlives `whole` once shared
         T* object = nullptr;
         const PolymorphicType* type = nullptr; // when it is of a registered type
     };
 
-    // The object the item stands for, made and loaded: of the registered type its class
-    // element names, or of the pointer's own type.
+    // The object the item stands for, made empty: of the registered type its class element
+    // names, or of the pointer's own type.
     template <class In>
     static Made Make(In& ar) {
         auto& reader = ar.Reader();
@@ -143,13 +153,11 @@ private:
             made.type = PolymorphicTypeNamed(element);
             if (made.type) {
                 made.whole = {made.type->create(), made.type->destroy};
-                made.object = BaseOf<T>(*made.type, made.whole.get());
-                if (!made.object) {
+                made.address = made.whole.get();
+                made.object = BaseOf<T>(*made.type, made.address);
+                if (!made.object)
                     reader.Fail("a class derived from " + std::string(Archived<T>::TypeText()),
                                 "element " + element);
-                    return Made();
-                }
-                made.type->load[int(In::kEngine)](&ar, made.whole.get());
                 return made;
             }
             if (element != Archived<T>::TypeText() || std::is_abstract_v<T>) {
@@ -159,10 +167,17 @@ private:
         }
         if constexpr (!std::is_abstract_v<T>) {
             made.whole = {new T(), [](void* object) { delete static_cast<T*>(object); }};
-            made.object = static_cast<T*>(made.whole.get());
-            ar.Here(*made.object);
+            made.address = made.whole.get();
+            made.object = static_cast<T*>(made.address);
         }
         return made;
+    }
+
+    // Loads the made object's class element into it.
+    template <class In>
+    static void LoadContents(In& ar, const Made& made) {
+        if (made.type) return made.type->load[int(In::kEngine)](&ar, made.address);
+        if constexpr (!std::is_abstract_v<T>) ar.Here(*made.object);
     }
 
     // A pointer that shares an object loaded before.
@@ -187,5 +202,31 @@ template <class T>
 struct Archived<std::unique_ptr<T>> : ArchivedPointer<std::unique_ptr<T>, T, false> {};
 template <class T>
 struct Archived<std::shared_ptr<T>> : ArchivedPointer<std::shared_ptr<T>, T, true> {};
+
+// A weak_ptr is written as the shared_ptr it locks: the object itself the first time it is
+// met, a reference to it after; an expired one as a null pointer. It loads sharing the object
+// with the shared_ptrs that own it, and expires with them.
+template <class T>
+struct Archived<std::weak_ptr<T>> {
+    using Owner = Archived<std::shared_ptr<T>>;
+    static constexpr Shape shape = Shape::Class;
+    static std::string_view TypeText() { return Owner::TypeText(); }
+
+    template <class Out>
+    static void Save(Out& ar, std::string_view name, std::size_t index,
+                     const std::weak_ptr<T>& pointer) {
+        Owner::Save(ar, name, index, pointer.lock());
+    }
+    template <class In>
+    static void Load(In& ar, std::weak_ptr<T>& pointer) {
+        std::shared_ptr<T> owner;
+        Owner::Load(ar, owner);
+        pointer = owner;
+    }
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view name) {
+        return Owner::Describe(dtd, name);
+    }
+};
 
 } // namespace classxml::archive_detail
