@@ -26,6 +26,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "classxml/archive/ClassVersion.h"
 #include "classxml/archive/DocumentType.h"
 #include "classxml/archive/Engine.h"
 #include "classxml/archive/InputArchive.h"

@@ -48,12 +48,25 @@ Particle DtdArchive::MemberParticle(std::string_view name) {
 
 template <class T>
 void DtdArchive::Take(const T& part) {
-    if constexpr (IsNameValue<T>::value)
+    if constexpr (IsNameValue<T>::value) {
         m_particles->push_back(
             MemberParticle<std::remove_cv_t<std::remove_reference_t<decltype(part.value)>>>(
                 part.name));
-    else
+    } else if constexpr (IsMemberRules<T>::value) {
+        // Optional is optional; a member with old names is any of its elements.
+        using Value = std::remove_cv_t<std::remove_reference_t<decltype(part.member.value)>>;
+        Particle particle = MemberParticle<Value>(part.member.name);
+        std::vector<std::string> elements{particle.element};
+        for (const std::string_view oldName : part.oldNames)
+            if (const std::string element = MemberParticle<Value>(oldName).element;
+                element != particle.element)
+                elements.push_back(element);
+        if (elements.size() > 1) particle.element = ChoiceModel(elements, false);
+        particle.optional = particle.optional || part.optional;
+        m_particles->push_back(particle);
+    } else {
         SaveMembers(*this, *part.object);
+    }
 }
 
 } // namespace archive_detail

@@ -72,6 +72,17 @@ private:
     void Take(const NameValue<T>& member) {
         Member(member.name, member.value);
     }
+    // Under its name, else under the first old name the file has; absent, an optional member
+    // keeps its value and another is reported missing under its name.
+    template <class T, std::size_t N>
+    void Take(const MemberRules<T, N>& rules) {
+        const std::string_view name = rules.member.name;
+        if (N > 0 && !HasMember<T>(name))
+            for (const std::string_view oldName : rules.oldNames)
+                if (HasMember<T>(oldName)) return Member(oldName, rules.member.value);
+        if (rules.optional && !HasMember<T>(name)) return;
+        Member(name, rules.member.value);
+    }
     template <class Base>
     void Take(const BaseClass<Base>& base) {
         archive_detail::LoadMembers(*this, *base.object);

@@ -54,6 +54,10 @@ private:
     void Take(const NameValue<T>& member) {
         Put(member.name, std::as_const(member.value), 0);
     }
+    template <class T, std::size_t N>
+    void Take(const MemberRules<T, N>& rules) {
+        Take(rules.member);
+    }
     template <class Base>
     void Take(const BaseClass<Base>& base) {
         archive_detail::SaveMembers(*this, *base.object);

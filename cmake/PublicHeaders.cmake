@@ -11,7 +11,8 @@ set(CLASSXML_PUBLIC_HEADERS
     valuetext/Families.h valuetext/TimeText.h
     XMLClassReaderWriter/AttributeMap.h XMLClassReaderWriter/XMLClassReaderWriter.h
     stream/StreamReader.h stream/StreamWriter.h
-    archive/Archive.h archive/DocumentType.h archive/DtdFor.h archive/Engine.h
+    archive/Archive.h archive/ClassVersion.h archive/DocumentType.h archive/DtdFor.h
+    archive/Engine.h
     archive/InputArchive.h archive/LoadOptions.h archive/Members.h archive/Objects.h
     archive/OutputArchive.h archive/Registration.h archive/Result.h archive/SaveOptions.h
     archive/TypeText.h

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
+#include "classxml/archive/ClassVersion.h"
 #include "classxml/archive/Engine.h"
 #include "classxml/archive/Members.h"
 #include "classxml/archive/TypeText.h"
@@ -56,10 +58,15 @@ struct IsBaseClass : std::false_type {};
 template <class T>
 struct IsBaseClass<BaseClass<T>> : std::true_type {};
 template <class T>
-concept Part = IsNameValue<T>::value || IsBaseClass<T>::value;
+struct IsMemberRules : std::false_type {};
+template <class T, std::size_t N>
+struct IsMemberRules<MemberRules<T, N>> : std::true_type {};
+template <class T>
+concept Part = IsNameValue<T>::value || IsBaseClass<T>::value || IsMemberRules<T>::value;
 
 // ---- Classes ------------------------------------------------------------------------------
 
+// A class's save, load or serialize function, member or free, given the class version or not.
 template <class T, class Archive>
 concept MemberSerialize = requires(T& value, Archive& archive) {
     value.serialize(archive);
@@ -84,31 +91,73 @@ template <class T, class Archive>
 concept FreeLoad = requires(T& value, Archive& archive) {
     load(archive, value);
 };
+template <class T, class Archive>
+concept MemberSerializeV = requires(T& value, Archive& archive, std::uint32_t version) {
+    value.serialize(archive, version);
+};
+template <class T, class Archive>
+concept FreeSerializeV = requires(T& value, Archive& archive, std::uint32_t version) {
+    serialize(archive, value, version);
+};
+template <class T, class Archive>
+concept MemberSaveV = requires(const T& value, Archive& archive, std::uint32_t version) {
+    value.save(archive, version);
+};
+template <class T, class Archive>
+concept FreeSaveV = requires(const T& value, Archive& archive, std::uint32_t version) {
+    save(archive, value, version);
+};
+template <class T, class Archive>
+concept MemberLoadV = requires(T& value, Archive& archive, std::uint32_t version) {
+    value.load(archive, version);
+};
+template <class T, class Archive>
+concept FreeLoadV = requires(T& value, Archive& archive, std::uint32_t version) {
+    load(archive, value, version);
+};
 
-// The members of a class through its save (or serialize) function.
+// The members of a class through its save (or serialize) function, at `version` of the class
+// (the program's own unless a DTD is made for an older one).
 template <class Archive, class T>
-void SaveMembers(Archive& archive, const T& value) {
-    if constexpr (MemberSave<T, Archive>)
+void SaveMembers(Archive& archive, const T& value, std::uint32_t version = ClassVersion<T>::value) {
+    auto& object = const_cast<T&>(value);
+    if constexpr (MemberSaveV<T, Archive>)
+        value.save(archive, version);
+    else if constexpr (FreeSaveV<T, Archive>)
+        save(archive, value, version);
+    else if constexpr (MemberSave<T, Archive>)
         value.save(archive);
     else if constexpr (FreeSave<T, Archive>)
         save(archive, value);
+    else if constexpr (MemberSerializeV<T, Archive>)
+        object.serialize(archive, version);
+    else if constexpr (FreeSerializeV<T, Archive>)
+        serialize(archive, object, version);
     else if constexpr (MemberSerialize<T, Archive>)
-        const_cast<T&>(value).serialize(archive);
+        object.serialize(archive);
     else if constexpr (FreeSerialize<T, Archive>)
-        serialize(archive, const_cast<T&>(value));
+        serialize(archive, object);
     else
         static_assert(sizeof(T) == 0,
                       "the archive does not know this type: give it a serialize function, or "
                       "save and load functions (members or free), or specialise Archived");
 }
 
-// The members of a class through its load (or serialize) function.
+// The members of a class through its load (or serialize) function, at the file's `version`.
 template <class Archive, class T>
-void LoadMembers(Archive& archive, T& value) {
-    if constexpr (MemberLoad<T, Archive>)
+void LoadMembers(Archive& archive, T& value, std::uint32_t version = ClassVersion<T>::value) {
+    if constexpr (MemberLoadV<T, Archive>)
+        value.load(archive, version);
+    else if constexpr (FreeLoadV<T, Archive>)
+        load(archive, value, version);
+    else if constexpr (MemberLoad<T, Archive>)
         value.load(archive);
     else if constexpr (FreeLoad<T, Archive>)
         load(archive, value);
+    else if constexpr (MemberSerializeV<T, Archive>)
+        value.serialize(archive, version);
+    else if constexpr (FreeSerializeV<T, Archive>)
+        serialize(archive, value, version);
     else if constexpr (MemberSerialize<T, Archive>)
         value.serialize(archive);
     else if constexpr (FreeSerialize<T, Archive>)
@@ -119,6 +168,31 @@ void LoadMembers(Archive& archive, T& value) {
                       "save and load functions (members or free), or specialise Archived");
 }
 
+// The attribute a class element of a class above version 0 carries its version in.
+inline constexpr std::string_view kVersion = "varversion";
+
+// The version of a class element being loaded: 0 without the attribute; false (and the
+// reader failed) when it is malformed or newer than the program's.
+template <class T, class Reader>
+bool FileVersion(Reader& reader, std::uint32_t& version) {
+    version = 0;
+    const auto text = reader.Attribute(kVersion);
+    if (!text) return true;
+    std::uint64_t value = 0;
+    bool digits = !text->empty() && text->size() <= 10;
+    for (const char c : *text)
+        digits = digits && c >= '0' && c <= '9' && (value = value * 10 + std::uint64_t(c - '0'));
+    if (!digits || value > UINT32_MAX)
+        return reader.Fail("a class version of 0 or more", '"' + *text + '"'), false;
+    version = std::uint32_t(value);
+    if (version > ClassVersion<T>::value)
+        return reader.Fail("version " + std::to_string(ClassVersion<T>::value) +
+                               " or older of class " + std::string(TypeTextOf<T>()),
+                           "version " + *text + " in the file"),
+               false;
+    return true;
+}
+
 template <class T, class Enable>
 struct Archived {
     static constexpr Shape shape = Shape::Class;
@@ -127,19 +201,32 @@ struct Archived {
 
     template <class Out>
     static void Save(Out& ar, std::string_view name, std::size_t index, const T& value) {
-        ar.Writer().BeginClass(TypeText(), index ? std::string_view() : name, index);
+        const std::string_view variable = index ? std::string_view() : name;
+        if constexpr (ClassVersion<T>::value == 0) {
+            ar.Writer().BeginClass(TypeText(), variable, index);
+        } else {
+            static const std::string version = std::to_string(ClassVersion<T>::value);
+            ar.Writer().BeginClass(TypeText(), variable, index, {kVersion, version});
+        }
         SaveMembers(ar, value);
         ar.Writer().End();
     }
     template <class In>
     static void Load(In& ar, T& value) {
-        if (ar.Reader().IsClass(TypeText())) LoadMembers(ar, value);
+        std::uint32_t version = 0;
+        if (ar.Reader().IsClass(TypeText()) && FileVersion<T>(ar.Reader(), version))
+            LoadMembers(ar, value, version);
     }
     template <class Dtd>
     static std::string Describe(Dtd& dtd, std::string_view) {
         const std::string element(TypeText());
-        if (!dtd.Declarations().Described(element))
-            dtd.Declarations().Declare(element, dtd.template MembersOf<T>(), {"varname"});
+        if (!dtd.Declarations().Described(element)) {
+            if constexpr (ClassVersion<T>::value == 0)
+                dtd.Declarations().Declare(element, dtd.template MembersOf<T>(), {"varname"});
+            else
+                dtd.Declarations().Declare(element, dtd.template MembersOf<T>(),
+                                           {"varname", kVersion});
+        }
         return element;
     }
 };

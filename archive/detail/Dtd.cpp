@@ -105,6 +105,25 @@ std::string SequenceModel(const std::vector<Particle>& particles) {
     return model + ")";
 }
 
+void MergeOlderVersion(std::vector<Particle>& merged, const std::vector<Particle>& older) {
+    const auto in = [](auto& particles, const std::string& element) {
+        return std::find_if(particles.begin(), particles.end(),
+                            [&](const Particle& particle) { return particle.element == element; });
+    };
+    for (Particle& particle : merged)
+        if (in(older, particle.element) == older.end()) particle.optional = true;
+    auto next = merged.begin(); // where a member only the older version has goes
+    for (const Particle& particle : older) {
+        const auto found = in(merged, particle.element);
+        if (found != merged.end()) {
+            found->optional = found->optional || particle.optional;
+            next = found + 1;
+        } else {
+            next = merged.insert(next, Particle{particle.element, true}) + 1;
+        }
+    }
+}
+
 std::string ChoiceModel(std::vector<std::string> elements, bool none) {
     std::sort(elements.begin(), elements.end());
     elements.erase(std::unique(elements.begin(), elements.end()), elements.end());

@@ -8,8 +8,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "classxml/archive/detail/Archived.h"
 #include "classxml/archive/Result.h"
+#include "classxml/archive/detail/Archived.h"
 #include "classxml/platform/Export.h"
 
 namespace classxml::archive_detail {
@@ -49,6 +49,10 @@ struct Particle {
 // such a sequence would be ambiguous (an optional member of the same element as another), any
 // of them in any order.
 CLASSXML_API std::string SequenceModel(const std::vector<Particle>& particles);
+// Merges the members of an older version of a class into those of a newer one: a member that
+// one of them lacks becomes optional, and one that only the older has is kept where it stood.
+CLASSXML_API void MergeOlderVersion(std::vector<Particle>& merged,
+                                    const std::vector<Particle>& older);
 // Any one of the elements, once ("?" when `none` may stand for nothing at all).
 CLASSXML_API std::string ChoiceModel(std::vector<std::string> elements, bool none);
 
@@ -77,22 +81,30 @@ public:
     std::string Element(std::string_view name) {
         return Archived<T>::Describe(*this, name);
     }
-    // The content model of class `T`, from the members its save (or serialize) names.
+    // The content model of class `T`, from the members its save (or serialize) names at each
+    // of its versions: whatever a file of any version the program reads holds.
     template <class T>
     std::string MembersOf() {
         static_assert(std::is_default_constructible_v<T>,
                       "a DTD is made from an object of each class: give it a default constructor");
         const T object{};
-        std::vector<Particle> particles;
-        std::vector<Particle>* outer = m_particles;
-        m_particles = &particles;
-        SaveMembers(*this, object);
-        m_particles = outer;
-        return SequenceModel(particles);
+        std::vector<Particle> merged = MembersAt(object, ClassVersion<T>::value);
+        for (std::uint32_t version = 0; version < ClassVersion<T>::value; ++version)
+            MergeOlderVersion(merged, MembersAt(object, version));
+        return SequenceModel(merged);
     }
     DtdDeclarations& Declarations() { return m_declarations; }
 
 private:
+    template <class T>
+    std::vector<Particle> MembersAt(const T& object, std::uint32_t version) {
+        std::vector<Particle> particles;
+        std::vector<Particle>* outer = m_particles;
+        m_particles = &particles;
+        SaveMembers(*this, object, version);
+        m_particles = outer;
+        return particles;
+    }
     template <class T>
     Particle MemberParticle(std::string_view name);
     template <class T>

@@ -1,0 +1,193 @@
+// Files that outlive the release that wrote them: class versions, optional and renamed members,
+// and a DTD that accepts the files of every version the program reads.
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "classxml/archive/Archive.h"
+#include "support/TempDir.h"
+
+namespace v1 { // the first release
+struct Item {
+    std::string name = "bolt";
+    std::int32_t count = 3;
+    std::int32_t legacy = 7; // dropped by the next release
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(name), CLASSXML_NVP(count), CLASSXML_NVP(legacy));
+    }
+};
+struct Box {
+    std::vector<Item> items{Item{}, Item{"nut", 9, 0}};
+    Item single;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(items), CLASSXML_NVP(single));
+    }
+};
+} // namespace v1
+
+namespace v2 { // the next: a member renamed, one removed, one added at version 1, one optional
+struct Item {
+    std::string title;
+    std::int32_t count = 0;
+    double weight = 1.5;
+    std::int32_t retries = 4;
+    std::uint32_t version = 99; // the version the last save or load gave
+    bool operator==(const Item& other) const {
+        return title == other.title && count == other.count && weight == other.weight &&
+               retries == other.retries;
+    }
+    template <class Archive>
+    void serialize(Archive& ar, std::uint32_t fileVersion) {
+        version = fileVersion;
+        ar(classxml::OldName("name", CLASSXML_NVP(title)), CLASSXML_NVP(count));
+        if (fileVersion == 0) { // read and let go
+            std::int32_t legacy = 0;
+            ar(classxml::Optional(CLASSXML_NVP(legacy)));
+        }
+        if (fileVersion >= 1) ar(CLASSXML_NVP(weight));
+        ar(classxml::Optional(CLASSXML_NVP(retries)));
+    }
+};
+struct Box {
+    std::vector<Item> items;
+    Item single;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(items), CLASSXML_NVP(single));
+    }
+};
+} // namespace v2
+
+CLASSXML_CLASS_VERSION(v2::Item, 1)
+
+namespace {
+
+// Members named from a free function.
+struct Pair {
+    int left = 1, right = 2;
+};
+template <class Archive>
+void serialize(Archive& ar, Pair& pair) {
+    Pair* other = &pair;
+    ar(CLASSXML_NVP(pair.left), CLASSXML_NVP(other->right));
+}
+struct HasPair {
+    Pair pair;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(pair));
+    }
+};
+
+class ArchiveVersionTest : public ::testing::TestWithParam<classxml::Engine> {
+protected:
+    const classxml::Engine engine = GetParam();
+};
+
+INSTANTIATE_TEST_SUITE_P(Engines, ArchiveVersionTest,
+                         ::testing::Values(classxml::Engine::Dom, classxml::Engine::Stream),
+                         [](const auto& info) {
+                             return info.param == classxml::Engine::Dom ? "Dom" : "Stream";
+                         });
+
+TEST_P(ArchiveVersionTest, AFileOfTheFirstReleaseLoadsIntoTheNext) {
+    std::string xml;
+    ASSERT_TRUE(classxml::SaveToString(xml, v1::Box{}, engine));
+    EXPECT_EQ(xml.find("varversion"), std::string::npos); // version 0 writes what it always did
+    v2::Box box;
+    const classxml::Result result = classxml::LoadFromString(xml, box, engine);
+    ASSERT_TRUE(result) << result.Message();
+    ASSERT_EQ(box.items.size(), 2u);
+    EXPECT_EQ(box.items[1], (v2::Item{"nut", 9, 1.5, 4}));
+    EXPECT_EQ(box.single, (v2::Item{"bolt", 3, 1.5, 4}));
+    EXPECT_EQ(box.items[0].version, 0u);
+    EXPECT_EQ(box.single.version, 0u);
+}
+
+TEST_P(ArchiveVersionTest, VersionsAreWrittenPerClassAndGivenBackOnLoading) {
+    v2::Box saved{{{"a", 1, 2.5, 7}}, {"b", 2, 0.25, 0}};
+    std::string xml, other;
+    ASSERT_TRUE(classxml::SaveToString(xml, saved, engine));
+    ASSERT_TRUE(classxml::SaveToString(other, saved,
+                                       engine == classxml::Engine::Dom ? classxml::Engine::Stream
+                                                                       : classxml::Engine::Dom));
+    EXPECT_EQ(xml, other);
+    EXPECT_NE(xml.find("<Box><items keytype=\"vector\" varkeytype=\"Item\"><Item varversion=\"1\">"
+                       "<title keytype=\"CUTF8String\">a</title>"),
+              std::string::npos)
+        << xml;
+    EXPECT_NE(xml.find("<Item varname=\"single\" varversion=\"1\">"), std::string::npos) << xml;
+    v2::Box loaded;
+    const classxml::Result result = classxml::LoadFromString(xml, loaded, engine);
+    ASSERT_TRUE(result) << result.Message();
+    EXPECT_EQ(loaded.items, saved.items);
+    EXPECT_EQ(loaded.single, saved.single);
+    EXPECT_EQ(loaded.single.version, 1u);
+}
+
+// A newer file, a malformed version, and members that are optional or renamed but malformed
+// are refused, naming where, and the object stays as it was.
+TEST_P(ArchiveVersionTest, WhatThisReleaseCannotReadIsRefusedAndTheObjectKept) {
+    std::string valid;
+    ASSERT_TRUE(classxml::SaveToString(valid, v2::Box{{}, {"b", 2, 0.25, 3}}, engine));
+    const struct {
+        std::string from, to, failure;
+    } cases[] = {
+        {"varversion=\"1\"", "varversion=\"2\"",
+         "Box/single: version 1 or older of class Item / version 2 in the file"},
+        {"varversion=\"1\"", "varversion=\"01x\"",
+         "Box/single: a class version of 0 or more / "
+         "\"01x\""},
+        {">3</retries>", ">three</retries>", "Box/single/retries: int / \"three\""},
+        {"<title keytype=\"CUTF8String\">b</title>", "", "Box/single/title: a member / none"},
+    };
+    for (const auto& c : cases) {
+        std::string xml = valid;
+        ASSERT_NE(xml.find(c.from), std::string::npos) << c.from;
+        xml.replace(xml.find(c.from), c.from.size(), c.to);
+        v2::Box box;
+        box.single.title = "kept";
+        const classxml::Result result = classxml::LoadFromString(xml, box, engine);
+        EXPECT_FALSE(result) << c.to;
+        EXPECT_EQ(result.path + ": " + result.expected + " / " + result.found, c.failure);
+        EXPECT_EQ(box.single.title, "kept");
+    }
+}
+
+TEST_P(ArchiveVersionTest, AFreeFunctionNamesMembersByTheirLastName) {
+    std::string xml;
+    ASSERT_TRUE(classxml::SaveToString(xml, HasPair{{5, 6}}, engine));
+    EXPECT_NE(xml.find("<left keytype=\"int\">5</left><right keytype=\"int\">6</right>"),
+              std::string::npos)
+        << xml;
+}
+
+// The next release's DTD accepts the files of both releases, on the library's own validation.
+TEST_P(ArchiveVersionTest, TheNextReleasesDtdAcceptsTheFirstReleasesFiles) {
+    const classxml::testing::TempDir directory;
+    ASSERT_TRUE(classxml::SaveDtd<v2::Box>((directory / "box.dtd").string()));
+    const std::string dtd = classxml::DtdFor<v2::Box>();
+    EXPECT_NE(dtd.find("<!ELEMENT Item ((name | title), count, legacy?, weight?, retries?)>"),
+              std::string::npos)
+        << dtd;
+    const classxml::DocumentType doctype{{}, "box.dtd"};
+    const std::string first = (directory / "first.xml").string();
+    const std::string second = (directory / "second.xml").string();
+    ASSERT_TRUE(classxml::SaveToFile(first, v1::Box{}, doctype, engine));
+    ASSERT_TRUE(classxml::SaveToFile(second, v2::Box{{{"a", 1, 2, 3}}, {}}, doctype, engine));
+    for (const std::string& file : {first, second}) {
+        v2::Box box;
+        const classxml::Result result = classxml::LoadFromFile(file, box, engine);
+        EXPECT_TRUE(result) << file << ": " << result.Message();
+    }
+    std::string third = classxml::testing::ReadFile(second);
+    third.replace(third.find("<count "), 0, "<legacy keytype=\"int\">1</legacy>");
+    const std::string misplaced = (directory / "third.xml").string();
+    std::ofstream(misplaced, std::ios::binary) << third;
+    v2::Box box;
+    EXPECT_FALSE(classxml::LoadFromFile(misplaced, box, engine)); // out of its place
+}
+
+} // namespace
