@@ -1,6 +1,7 @@
 // Files that outlive the release that wrote them: class versions, optional and renamed members,
 // and a DTD that accepts the files of every version the program reads.
 #include <fstream>
+#include <memory>
 
 #include <gtest/gtest.h>
 
@@ -62,6 +63,23 @@ struct Box {
 
 CLASSXML_CLASS_VERSION(v2::Item, 1)
 
+// Two classes of one name, both registered: no file can tell them apart.
+namespace first {
+struct Mark {
+    virtual ~Mark() = default;
+    int x = 0;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(x));
+    }
+};
+} // namespace first
+namespace second {
+struct Mark : first::Mark {};
+} // namespace second
+CLASSXML_REGISTER_TYPE(first::Mark)
+CLASSXML_REGISTER_TYPE(second::Mark)
+
 namespace {
 
 // Members named from a free function.
@@ -78,6 +96,14 @@ struct HasPair {
     template <class Archive>
     void serialize(Archive& ar) {
         ar(CLASSXML_NVP(pair));
+    }
+};
+
+struct Marked {
+    std::unique_ptr<first::Mark> mark;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(mark));
     }
 };
 
@@ -154,6 +180,23 @@ TEST_P(ArchiveVersionTest, WhatThisReleaseCannotReadIsRefusedAndTheObjectKept) {
         EXPECT_EQ(result.path + ": " + result.expected + " / " + result.found, c.failure);
         EXPECT_EQ(box.single.title, "kept");
     }
+}
+
+TEST_P(ArchiveVersionTest, TwoTypesRegisteredUnderOneNameFailEverySaveAndLoadNamingBoth) {
+    std::string xml = "kept";
+    const classxml::Result saved =
+        classxml::SaveToString(xml, Marked{std::make_unique<second::Mark>()}, engine);
+    EXPECT_FALSE(saved);
+    EXPECT_EQ(saved.expected + " / " + saved.found,
+              "one type registered as \"Mark\" / first::Mark and second::Mark");
+    EXPECT_EQ(xml, "kept");
+    Marked loaded;
+    const classxml::Result read = classxml::LoadFromString(
+        "<Marked><pointer varname=\"mark\"><Mark><x keytype=\"int\">1</x></Mark></pointer>"
+        "</Marked>",
+        loaded, engine);
+    EXPECT_FALSE(read);
+    EXPECT_EQ(read.path + ": " + read.found, "Marked/mark/Mark[1]: first::Mark and second::Mark");
 }
 
 TEST_P(ArchiveVersionTest, AFreeFunctionNamesMembersByTheirLastName) {

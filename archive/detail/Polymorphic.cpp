@@ -23,16 +23,24 @@ Registry& TheRegistry() {
 
 } // namespace
 
-// A type registered twice (from two modules) is one type. A second type under a type text that
-// is taken stays unregistered: its objects would load as the first, so saving them fails and
-// says it is not registered.
+// A type registered twice (from two modules) is one type. Types registered under one type text
+// are each marked with the names of all of them, so that saving or loading either says why.
+// Registration runs before main, ahead of every save and load that reads the marks.
 void RegisterPolymorphicType(const PolymorphicType& type) {
     Registry& registry = TheRegistry();
     const std::unique_lock lock(registry.mutex);
-    if (registry.byName.count(type.typeName) || registry.byText.count(type.typeText)) return;
-    const PolymorphicType& kept = registry.types.emplace_back(type);
-    registry.byText.emplace(kept.typeText, &kept);
+    if (registry.byName.count(type.typeName)) return;
+    PolymorphicType& kept = registry.types.emplace_back(type);
     registry.byName.emplace(kept.typeName, &kept);
+    const auto [first, added] = registry.byText.emplace(kept.typeText, &kept);
+    if (added) return;
+    std::string conflict;
+    for (PolymorphicType& other : registry.types)
+        if (other.typeText == kept.typeText)
+            conflict += (conflict.empty() ? "" : " and ") +
+                        platform::ReadableTypeName(other.typeName.c_str());
+    for (PolymorphicType& other : registry.types)
+        if (other.typeText == kept.typeText) other.conflict = conflict;
 }
 
 const PolymorphicType* PolymorphicTypeNamed(std::string_view typeText) {

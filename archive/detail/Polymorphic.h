@@ -30,6 +30,9 @@ struct PolymorphicType {
     void (*save[2])(void* archive, const void* object);
     void (*load[2])(void* archive, void* object);
     std::string (*describe)(void* dtd); // declares its element in a DTD; gives its name
+    // The C++ types registered under this one's type text, when there are several: a file
+    // cannot tell their objects apart, so every save and load that meets them fails.
+    std::string conflict;
 };
 
 CLASSXML_API void RegisterPolymorphicType(const PolymorphicType& type);

@@ -57,7 +57,10 @@ struct ArchivedPointer {
         if constexpr (std::is_polymorphic_v<T>) {
             if (typeid(object) != typeid(T)) {
                 const PolymorphicType* type = PolymorphicTypeOf(typeid(object));
-                if (type)
+                if (type && !type->conflict.empty())
+                    writer.Refuse({}, "one type registered as \"" + type->typeText + '"',
+                                  type->conflict);
+                else if (type)
                     type->save[int(Out::kEngine)](&ar, whole);
                 else
                     writer.Refuse({}, "a type registered with CLASSXML_REGISTER_TYPE",
@@ -151,6 +154,10 @@ private:
         if constexpr (std::is_polymorphic_v<T>) {
             const std::string element = reader.ElementName();
             made.type = PolymorphicTypeNamed(element);
+            if (made.type && !made.type->conflict.empty()) {
+                reader.Fail("one type registered as \"" + element + '"', made.type->conflict);
+                return Made();
+            }
             if (made.type) {
                 made.whole = {made.type->create(), made.type->destroy};
                 made.address = made.whole.get();
@@ -161,7 +168,9 @@ private:
                 return made;
             }
             if (element != Archived<T>::TypeText() || std::is_abstract_v<T>) {
-                reader.Fail("a type registered with CLASSXML_REGISTER_TYPE", "element " + element);
+                reader.Fail("one of the types registered for " +
+                                std::string(Archived<T>::TypeText()) + RegisteredFor(),
+                            "element " + element);
                 return made;
             }
         }
@@ -178,6 +187,19 @@ private:
     static void LoadContents(In& ar, const Made& made) {
         if (made.type) return made.type->load[int(In::kEngine)](&ar, made.address);
         if constexpr (!std::is_abstract_v<T>) ar.Here(*made.object);
+    }
+
+    // The registered types a pointer to T may hold, for a message: ": A, B" or " (none)".
+    static std::string RegisteredFor() {
+        std::string names;
+        if constexpr (std::is_polymorphic_v<T>)
+            for (const PolymorphicType* type : PolymorphicTypes()) {
+                void* object = type->create();
+                const bool derived = BaseOf<T>(*type, object) != nullptr;
+                type->destroy(object);
+                if (derived) names += (names.empty() ? ": " : ", ") + type->typeText;
+            }
+        return names.empty() ? " (none)" : names;
     }
 
     // A pointer that shares an object loaded before.
