@@ -137,12 +137,14 @@ private:
     WideChar m_waiting = 0;
 };
 
-// The text of one value of a number family, bool included: short by nature, so at most
-// kLongest bytes of its UTF-8 are kept, which is all the strict conversions ever accept; of a
-// longer text only its start is kept, for the message.
+// The text of one value of a number family, bool included: short by nature, so its first
+// kShort bytes of UTF-8 are held in place, with no allocation; a longer one (leading zeros, a
+// long fraction) is kept whole up to kLongest, as the DOM engine reads it; of a longer text
+// still only its start is kept, for the message.
 class ValueText : public TextPieces {
 public:
-    static constexpr std::size_t kLongest = 256;
+    static constexpr std::size_t kShort = 256;
+    static constexpr std::size_t kLongest = std::size_t(1) << 20;
 
     void Take(CBasicStringView<WideChar> piece) override {
         std::string utf8;
@@ -150,16 +152,22 @@ public:
         TakeUtf8(utf8);
     }
     void TakeUtf8(std::string_view piece) override {
-        const std::size_t kept = std::min(piece.size(), kLongest - std::min(kLongest, m_length));
-        std::copy_n(piece.data(), kept, m_text + m_length);
-        m_length += piece.size();
+        const std::size_t total = m_length + piece.size();
+        if (m_length < kShort)
+            std::copy_n(piece.data(), std::min(piece.size(), kShort - m_length), m_text + m_length);
+        if (total > kShort && total <= kLongest) {
+            if (m_long.empty()) m_long.assign(m_text, m_length); // all of it until now
+            m_long.append(piece);
+        }
+        m_length = total;
     }
 
     // The value, when the whole text is one value of its type.
     template <class Value>
     std::optional<Value> Parse() const {
         if (m_length > kLongest) return std::nullopt;
-        return value_text::Codec<Value>::ParseExact(Kept());
+        return value_text::Codec<Value>::ParseExact(m_length > kShort ? std::string_view(m_long)
+                                                                      : Kept());
     }
 
     // The text as a message shows it: quoted, and cut short, at a character's start, when long.
@@ -176,9 +184,10 @@ public:
     }
 
 private:
-    std::string_view Kept() const { return {m_text, std::min(m_length, kLongest)}; }
+    std::string_view Kept() const { return {m_text, std::min(m_length, kShort)}; }
 
-    char m_text[kLongest];    // the start of the text, held in place: no allocation a value
+    char m_text[kShort];      // the start of the text, held in place: no allocation a value
+    std::string m_long;       // the whole text, once longer than kShort (up to kLongest)
     std::size_t m_length = 0; // of the whole text
 };
 

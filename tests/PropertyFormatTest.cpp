@@ -86,7 +86,8 @@ TEST_F(PropertyFormatTest, DoublesReadTheGeneralFormatOnly) {
 
 TEST_F(PropertyFormatTest, BoolsAreExactlyTrueOrFalse) {
     EXPECT_TRUE(Read<bool>(WIDE("true"), &Handle::GetboolProperty));
-    for (View other : {View(WIDE("TRUE")), View(WIDE(" true")), View(WIDE("1")), View()}) {
+    for (View other : {View(WIDE("TRUE")), View(WIDE(" true")), View(WIDE("1")), View(),
+                       View(WIDE("true ")), View(WIDE("trueX")), View(WIDE("1 "))}) {
         Handle property = Property(other);
         bool value = true;
         EXPECT_FALSE(property.GetboolProperty(WIDE("p"), WIDE("t"), value));
