@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -41,15 +42,29 @@ TEST(Utf, IllFormedUtf8BecomesOneReplacementPerMaximalSubpart) {
     EXPECT_EQ(FromBytes(std::string("x\0y", 3)), CBasicString<WideChar>(WIDE("x\0y"), 3));
 }
 
+// Each conversion to UTF-8 alike: at the start, middle and end of a text.
 TEST(Utf, UnpairedSurrogatesBecomeReplacementCharacters) {
-    const std::string replacement = "\xEF\xBF\xBD";
-    const WideChar loneHigh[] = {0xD83D, 'a'};
-    const WideChar loneLow[] = {'a', 0xDE00};
-    const WideChar reversed[] = {0xDE00, 0xD83D};
-    EXPECT_EQ(ToBytes({loneHigh, 2}), replacement + "a");
-    EXPECT_EQ(ToBytes({loneLow, 2}), "a" + replacement);
-    EXPECT_EQ(ToBytes({reversed, 2}), replacement + replacement);
-    EXPECT_EQ(ToBytes({loneHigh, 1}), replacement);
+    const std::string r = "\xEF\xBF\xBD", pair = "\xF0\x9F\x98\x80";
+    constexpr WideChar H = 0xD83D, L = 0xDE00;
+    const struct {
+        std::vector<WideChar> units;
+        std::string utf8;
+    } cases[] = {
+        {{H, 'a'}, r + "a"},       {{'a', L}, "a" + r},           {{L, H}, r + r},
+        {{H}, r},                  {{L}, r},                      {{H, H, L}, r + pair},
+        {{'a', H, H, 'b'}, "a" + r + r + "b"}, {{L, 'a', L}, r + "a" + r},
+        {{H, L, H}, pair + r},     {{'x', L, H, L}, "x" + r + pair},
+    };
+    for (const auto& c : cases) {
+        const CBasicStringView<WideChar> units(c.units.data(), c.units.size());
+        EXPECT_EQ(ToBytes(CBasicString<WideChar>(units)), c.utf8);
+        std::string appended = "<";
+        classxml::platform::AppendUtf16ToUtf8(units, appended);
+        EXPECT_EQ(appended, "<" + c.utf8);
+        std::string encoded(3 * units.size(), '\0');
+        encoded.resize(classxml::platform::EncodeUtf16AsUtf8(units, encoded.data()));
+        EXPECT_EQ(encoded, c.utf8);
+    }
 }
 
 TEST(LoggingFile, WritesEntriesAtOrBelowItsLevelAndAllErrors) {

@@ -156,6 +156,18 @@ TEST_F(VFileTest, NarrowSearchesWithoutCaseFoldEveryLetter) {
     EXPECT_TRUE(
         file.IsStringAtPosition(Pos(at("\xE2\x84\xAA")), false, WIDE("K"), kNoLocalization));
 
+    // With the default buffer, a match and a character in it across the first 1 MiB border.
+    constexpr std::size_t kMiB = std::size_t(1) << 20;
+    std::string big(kMiB + 100, '=');
+    big.replace(kMiB - 3, 5, "<T\xC3\x84G"); // the two bytes of the letter straddle it
+    OpenWith("big.txt", big, BasicStringDef::codepage_utf8);
+    EXPECT_EQ(Find(WIDE("<t\u00E4g"), 0, false), std::int64_t(kMiB - 3));
+    EXPECT_EQ(Find(WIDE("\u00E4G="), 0, false), std::int64_t(kMiB - 1));
+    EXPECT_EQ(file.FindStringPositionInFileReverse(WIDE("t\u00E4"), kNoLocalization, false,
+                                                   Pos(-1))
+                  .get(),
+              std::int64_t(kMiB - 2));
+
     OpenWith("latin1.txt", "a \xC4\xC9 b");
     file.Open(WidePath(dir / "latin1.txt"), kRead, nullptr, false, BasicStringDef::codepage_latin1);
     EXPECT_EQ(Find(WIDE("\u00E4\u00E9"), 0, false), 2);
