@@ -12,9 +12,7 @@ using classxml::platform::Utf8ToUtf16;
 
 namespace {
 
-CBasicString<WideChar> FromBytes(const std::string& bytes) {
-    return Utf8ToUtf16(bytes);
-}
+CBasicString<WideChar> FromBytes(const std::string& bytes) { return Utf8ToUtf16(bytes); }
 
 std::string ToBytes(const CBasicString<WideChar>& text) {
     const auto utf8 = Utf16ToUtf8(text);
@@ -50,10 +48,16 @@ TEST(Utf, UnpairedSurrogatesBecomeReplacementCharacters) {
         std::vector<WideChar> units;
         std::string utf8;
     } cases[] = {
-        {{H, 'a'}, r + "a"},       {{'a', L}, "a" + r},           {{L, H}, r + r},
-        {{H}, r},                  {{L}, r},                      {{H, H, L}, r + pair},
-        {{'a', H, H, 'b'}, "a" + r + r + "b"}, {{L, 'a', L}, r + "a" + r},
-        {{H, L, H}, pair + r},     {{'x', L, H, L}, "x" + r + pair},
+        {{H, 'a'}, r + "a"},
+        {{'a', L}, "a" + r},
+        {{L, H}, r + r},
+        {{H}, r},
+        {{L}, r},
+        {{H, H, L}, r + pair},
+        {{'a', H, H, 'b'}, "a" + r + r + "b"},
+        {{L, 'a', L}, r + "a" + r},
+        {{H, L, H}, pair + r},
+        {{'x', L, H, L}, "x" + r + pair},
     };
     for (const auto& c : cases) {
         const CBasicStringView<WideChar> units(c.units.data(), c.units.size());

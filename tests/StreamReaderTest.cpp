@@ -214,6 +214,29 @@ TEST_F(StreamReaderTest, AFifoIsReadOnceAsAStream) {
     writer.join();
 }
 
+// ReadText keeps the element's own text around its children, and never splits a pair: the
+// supplementary character stands at unit 65,535, where the scanner hands over a piece.
+TEST_F(StreamReaderTest, ReadTextKeepsOwnTextAroundChildrenAndPairsWhole) {
+    const std::string longText = std::string(65'535, 'x') + "\xF0\x9F\x98\x80y";
+    for (const auto& [xml, own] : std::vector<std::pair<std::string, std::string>>{
+             {"<r><p>ab<q>inner</q>cd<q/>e</p><s/></r>", "abcde"},
+             {"<r><p>" + longText + "</p><s/></r>", longText}}) {
+        const CBasicString<WideChar> units = classxml::platform::Utf8ToUtf16(xml);
+        for (const bool wide : {false, true}) {
+            StreamReader reader;
+            ASSERT_TRUE(wide ? reader.OpenString(CBasicStringView<WideChar>(units))
+                             : reader.OpenString(std::string_view(xml)));
+            ASSERT_EQ(reader.NextTag(), Event::StartElement);
+            ASSERT_EQ(reader.NextTag(), Event::StartElement);
+            std::string text;
+            ASSERT_TRUE(reader.ReadText(text));
+            EXPECT_TRUE(text == own) << wide << ": " << text.size();
+            EXPECT_EQ(reader.NextTag(), Event::StartElement); // <s/>, after p's end
+            EXPECT_EQ(reader.Name(), WIDE("s"));
+        }
+    }
+}
+
 // Validation as ReadFromFile validates: defaults from the DTD, entities, the same verdicts and
 // the same error lines; and the same limits and refusals.
 TEST_F(StreamReaderTest, ValidatesAndRefusesAsTheDomReadersDo) {

@@ -163,8 +163,7 @@ TEST_F(VFileTest, NarrowSearchesWithoutCaseFoldEveryLetter) {
     OpenWith("big.txt", big, BasicStringDef::codepage_utf8);
     EXPECT_EQ(Find(WIDE("<t\u00E4g"), 0, false), std::int64_t(kMiB - 3));
     EXPECT_EQ(Find(WIDE("\u00E4G="), 0, false), std::int64_t(kMiB - 1));
-    EXPECT_EQ(file.FindStringPositionInFileReverse(WIDE("t\u00E4"), kNoLocalization, false,
-                                                   Pos(-1))
+    EXPECT_EQ(file.FindStringPositionInFileReverse(WIDE("t\u00E4"), kNoLocalization, false, Pos(-1))
                   .get(),
               std::int64_t(kMiB - 2));
 
