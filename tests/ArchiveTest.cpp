@@ -1,6 +1,7 @@
 #include <cmath>
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 #include <list>
 
@@ -138,7 +139,12 @@ TEST_P(ArchiveTest, EveryTypeAndContainerComesBackExactly) {
     ASSERT_TRUE(classxml::SaveToFile(file, saved, engine));
     ASSERT_TRUE(classxml::LoadFromFile(file, fromFile, engine));
     EXPECT_EQ(fromFile, saved);
-    EXPECT_FALSE(classxml::SaveToFile((directory / "missing" / "x.xml").string(), saved, engine));
+    const std::string missing = (directory / "missing").string();
+    EXPECT_EQ(classxml::SaveToFile(missing + "/x.xml", saved, engine).Message(),
+              "Everything: cannot save " + missing + "/x.xml: the folder " + missing +
+                  " does not exist");
+    EXPECT_EQ(classxml::SaveDtd<Everything>(missing + "/x.dtd").Message(),
+              "cannot save " + missing + "/x.dtd: the folder " + missing + " does not exist");
 }
 
 // Indented, a document is one element a line on both engines, byte for byte alike, and the
@@ -278,6 +284,7 @@ TEST_P(ArchiveTest, ALoadSaysWhyAndWhereItLooksAndKeepsQuiet) {
         EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
         EXPECT_EQ(result.Message().substr(0, result.Message().find('\n')),
                   "Station: cannot open \"" + path + "\": " + reason);
+        EXPECT_EQ(result.Message().find("\n  :"), std::string::npos) << result.Message();
     }
 
     std::filesystem::create_directories(directory / "data");
@@ -289,6 +296,20 @@ TEST_P(ArchiveTest, ALoadSaysWhyAndWhereItLooksAndKeepsQuiet) {
     const classxml::Result beside = classxml::LoadFromFile(file, loaded, engine);
     ASSERT_TRUE(beside) << beside.Message();
     EXPECT_EQ(loaded.name, "s");
+    // Invalid after the root's last member, and cut short in a name: the root is named, and
+    // the cut comes first.
+    const std::string valid = classxml::testing::ReadFile(file);
+    const std::string head = valid.substr(0, valid.find("<name "));
+    for (const auto& [text, first] : std::vector<std::pair<std::string, std::string>>{
+             {valid.substr(0, valid.rfind("</Station>")) + "<extra/></Station>",
+              "no declaration found for element 'extra'"},
+             {head + "<na", "unexpected end of input"}}) {
+        std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
+        const classxml::Result result = classxml::LoadFromFile(file, loaded, engine);
+        EXPECT_EQ(result.path, "Station") << result.Message();
+        ASSERT_FALSE(result.diagnostics.empty());
+        EXPECT_EQ(result.diagnostics.front().message, first);
+    }
     classxml::LoadOptions elsewhere{engine, (directory / "nowhere").string(), true};
     ::testing::internal::CaptureStderr();
     EXPECT_FALSE(classxml::LoadFromFile(file, loaded, elsewhere));

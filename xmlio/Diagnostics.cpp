@@ -1,5 +1,7 @@
 #include "classxml/xmlio/DiagnosticLog.h"
 
+#include <algorithm>
+
 #include "classxml/platform/PerThread.h"
 #include "classxml/platform/Utf.h"
 #include "classxml/xmlio/XercesText.h"
@@ -20,9 +22,20 @@ const std::vector<Diagnostic>& LastDiagnostics() { return ThisThreads(); }
 
 void diagnostics::Begin() { ThisThreads().clear(); }
 
+// The end of a document cut short goes before the errors found at the same place: there the
+// name cut in half is no declared element, but the cut is what went wrong.
 void diagnostics::Record(Diagnostic::Severity severity, const XMLCh* source, XMLFileLoc line,
                          XMLFileLoc column, const XMLCh* message) {
-    ThisThreads().push_back({severity, Utf8(source), line, column, Utf8(message)});
+    std::vector<Diagnostic>& recorded = ThisThreads();
+    Diagnostic diagnostic{severity, Utf8(source), line, column, Utf8(message)};
+    auto at = recorded.end();
+    if (severity == Diagnostic::Severity::FatalError &&
+        diagnostic.message == "unexpected end of input")
+        while (at != recorded.begin() && (at - 1)->severity != severity &&
+               (at - 1)->source == diagnostic.source && (at - 1)->line == line &&
+               (at - 1)->column == column)
+            --at;
+    recorded.insert(at, std::move(diagnostic));
 }
 
 void diagnostics::MapColumns(std::string_view source,

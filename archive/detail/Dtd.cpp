@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "classxml/archive/detail/SaveFailure.h"
 #include "classxml/platform/FileIO.h"
 #include "classxml/platform/FileReplace.h"
 #include "classxml/platform/Utf.h"
@@ -141,9 +142,7 @@ Result SaveText(std::string_view path, std::string_view text) {
         file.Write(text.data(), text.size()) && file.Commit())
         return result;
     result.ok = false;
-    result.path = std::string(path);
-    result.expected = "the text saved to \"" + std::string(path) + '"';
-    result.found = file.Error() ? platform::ErrorText(file.Error()) : "no such folder";
+    result.found = CannotSave(path, file.Error());
     return result;
 }
 

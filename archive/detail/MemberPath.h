@@ -30,6 +30,7 @@ public:
         step.wide = true;
     }
     void Leave() { --m_depth; }
+    bool Empty() const { return m_depth == 0; }
     std::string Text(std::string_view leaf = {}) const;
 
 private:

@@ -3,6 +3,7 @@
 #include <xercesc/dom/DOMException.hpp>
 
 #include "classxml/archive/detail/Indented.h"
+#include "classxml/archive/detail/SaveFailure.h"
 #include "classxml/archive/detail/StartOnFirstUse.h"
 #include "classxml/archive/detail/WideText.h"
 #include "classxml/platform/FileReplace.h"
@@ -154,10 +155,8 @@ Result DomWriter::Finish() {
     } else {
         // The handle answers true for a folder that does not exist, having written nothing.
         const std::string_view path = m_destination.path;
-        const CBasicString<WideChar> file = platform::Utf8ToUtf16(path);
-        if (platform::InspectWriteTarget(file).kind == platform::WriteTarget::Kind::MissingFolder ||
-            !m_root.SaveToFile(file))
-            Refuse({}, "the document saved to \"" + std::string(path) + '"', "the save failing");
+        if (FolderMissing(path) || !m_root.SaveToFile(platform::Utf8ToUtf16(path)))
+            Refuse({}, {}, CannotSave(path, 0));
     }
     m_result.diagnostics = LastDiagnostics();
     return m_result;
@@ -183,7 +182,7 @@ void DomWriter::SaveIndented() {
     platform::FileReplacement file(platform::Utf8ToUtf16(path));
     if (!saved || file.Kind() == platform::WriteTarget::Kind::MissingFolder || !file.IsOpen() ||
         !file.Write(text.data(), text.size()) || !file.Commit())
-        Refuse({}, "the document saved to \"" + std::string(path) + '"', "the save failing");
+        Refuse({}, {}, CannotSave(path, file.Error()));
 }
 
 } // namespace classxml::archive_detail

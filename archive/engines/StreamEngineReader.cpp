@@ -58,6 +58,7 @@ bool StreamEngineReader::Started(bool opened, std::string_view rootName) {
 // The document ended, or failed, before the archive was done with it.
 bool StreamEngineReader::Stopped() {
     m_result.diagnostics = LastDiagnostics();
+    if (m_path.Empty()) m_path.Enter(m_rootName); // past the root's end: the document's fault
     return Fail("a well-formed, valid document", "one that is not");
 }
 

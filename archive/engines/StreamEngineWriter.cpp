@@ -1,5 +1,6 @@
 #include "classxml/archive/engines/StreamEngineWriter.h"
 
+#include "classxml/archive/detail/SaveFailure.h"
 #include "classxml/archive/detail/StartOnFirstUse.h"
 #include "classxml/archive/detail/WideText.h"
 #include "classxml/platform/Utf.h"
@@ -24,7 +25,11 @@ StreamEngineWriter::StreamEngineWriter(Destination destination, std::string_view
     m_path.Enter(m_rootName);
     if (options.indented) m_out->Indent();
     const WideText root(rootName), publicId(doctype.publicId), systemId(doctype.systemId);
-    if (!m_out->StartDocument(root.view(), publicId.view(), systemId.view()))
+    if (m_out->StartDocument(root.view(), publicId.view(), systemId.view())) return;
+    m_folderMissing = !m_text && FolderMissing(destination.path);
+    if (m_folderMissing)
+        Refuse({}, {}, CannotSave(destination.path, 0));
+    else
         Refuse({},
                "a document with root element \"" + std::string(rootName) + '"' +
                    (doctype.publicId.empty() && doctype.systemId.empty() ? "" : " and DOCTYPE") +
@@ -118,7 +123,7 @@ Result StreamEngineWriter::Finish() {
     if (m_result && !m_out->Finish())
         Refuse({}, "the document written to " + m_destinationText, "the output failing");
     if (m_result && m_text) m_text->swap(m_written);
-    m_result.diagnostics = LastDiagnostics();
+    if (!m_folderMissing) m_result.diagnostics = LastDiagnostics();
     return m_result;
 }
 

@@ -57,6 +57,7 @@ private:
     std::unique_ptr<StreamWriter> m_out;
     std::string m_destinationText; // for the message of a failed save
     std::string m_rootName;        // the path's first step
+    bool m_folderMissing = false;  // said by the Result, without the output's own complaint
 };
 
 } // namespace classxml::archive_detail
