@@ -10,7 +10,8 @@
 using Handle = CXMLClassReaderWriter;
 
 int main(int argc, char** argv) {
-    const std::filesystem::path directory = argc > 1 ? argv[1] : ".";
+    const std::filesystem::path directory =
+        argc > 1 ? std::filesystem::path(argv[1]) : std::filesystem::path(argv[0]).parent_path();
     const auto wide = [](const std::filesystem::path& path) {
         const std::u16string text = path.u16string();
         return sample::Text(text.begin(), text.end());

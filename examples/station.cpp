@@ -38,7 +38,10 @@ struct Station {
 };
 
 int main(int argc, char** argv) {
-    const std::string file = argc > 1 ? argv[1] : "station.xml";
+    // Written beside the program unless told where: a run never litters the folder it starts in.
+    const std::string file =
+        argc > 1 ? argv[1]
+                 : (std::filesystem::path(argv[0]).parent_path() / "station.xml").string();
     const Station station{"Säntis",
                           47.2493,
                           9.3434,
