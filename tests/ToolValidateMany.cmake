@@ -1,6 +1,9 @@
 # classxml validate of 200 files, a few of them invalid or broken: every verdict comes, in the
 # order of the arguments, and the exit code is the worst of them.
-#   cmake -DTOOL=... -DWORK=dir -DPATHS=dir-as-the-program-sees-it -P ToolValidateMany.cmake
+# Through a pipe no progress line is drawn; under a pseudo-terminal (SCRIPT, util-linux's
+# `script`, when given) one counts the files and is cleared before the verdicts.
+#   cmake -DTOOL=... -DWORK=dir -DPATHS=dir-as-the-program-sees-it [-DSCRIPT=script]
+#         -P ToolValidateMany.cmake
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 file(WRITE ${WORK}/r.dtd "<!ELEMENT r (count*)>\n<!ELEMENT count (#PCDATA)>\n")
@@ -30,4 +33,16 @@ string(REGEX MATCHALL "classxml: [^\n]*" verdicts "${err}")
 list(TRANSFORM verdicts REPLACE "classxml: .*/([0-9]+).xml: " "\\1 ")
 if(NOT verdicts STREQUAL "50 not valid against its DTD;120 not a well-formed class-XML document;150 not valid against its DTD")
     message(FATAL_ERROR "unexpected failures: ${verdicts}\n${err}")
+endif()
+if(err MATCHES "\r|validated [0-9]")
+    message(FATAL_ERROR "a progress line went into a pipe:\n${err}")
+endif()
+if(SCRIPT)
+    list(JOIN files " " arguments)
+    list(JOIN TOOL " " program)
+    execute_process(COMMAND ${SCRIPT} -qec "${program} validate ${arguments}" /dev/null
+        OUTPUT_VARIABLE terminal)
+    if(NOT terminal MATCHES "\rvalidated 200 / 200 files\r +\r")
+        message(FATAL_ERROR "no progress line on a terminal:\n${terminal}")
+    endif()
 endif()

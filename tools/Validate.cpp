@@ -1,9 +1,12 @@
 // classxml validate: parses files with DTD validation, several at a time.
 #include <algorithm>
 #include <atomic>
+#include <mutex>
+#include <string>
 #include <thread>
 
 #include "Commands.h"
+#include "classxml/platform/StandardError.h"
 
 namespace classxml::tool {
 namespace {
@@ -42,9 +45,19 @@ int Rank(int status) { return status == 1 ? 2 : status == 3 ? 1 : 0; }
 int Validate(const std::vector<Input>& inputs, const DtdChoice& dtd, bool allowNoDtd) {
     std::vector<Report> reports(inputs.size());
     std::atomic<std::size_t> next = 0;
+    // On a terminal, many files show how far the run is; pipes and logs get the verdicts alone.
+    const bool progress = inputs.size() > 1 && platform::StandardErrorIsTerminal();
+    platform::ProgressLine line;
+    std::mutex lineMutex;
+    std::size_t done = 0;
     const auto work = [&] {
-        for (std::size_t i; (i = next++) < inputs.size();)
+        for (std::size_t i; (i = next++) < inputs.size();) {
             reports[i] = ValidateOne(inputs[i], dtd, allowNoDtd);
+            if (!progress) continue;
+            const std::lock_guard<std::mutex> lock(lineMutex);
+            line.Show("validated " + std::to_string(++done) + " / " +
+                      std::to_string(inputs.size()) + " files");
+        }
     };
     const std::size_t threads =
         std::min<std::size_t>(inputs.size(), std::max(1u, std::thread::hardware_concurrency()));
@@ -54,6 +67,7 @@ int Validate(const std::vector<Input>& inputs, const DtdChoice& dtd, bool allowN
     work();
     for (std::thread& worker : workers)
         worker.join();
+    if (progress) line.Clear();
     int worst = 0;
     for (const Report& report : reports) {
         report.Print();
