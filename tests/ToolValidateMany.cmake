@@ -38,6 +38,9 @@ if(err MATCHES "\r|validated [0-9]")
     message(FATAL_ERROR "a progress line went into a pipe:\n${err}")
 endif()
 if(SCRIPT)
+    execute_process(COMMAND ${SCRIPT} -qec "tty" /dev/null OUTPUT_VARIABLE device)
+endif()
+if(SCRIPT AND device MATCHES "/dev/") # a machine without pseudo-terminals checks the pipe alone
     list(JOIN files " " arguments)
     list(JOIN TOOL " " program)
     execute_process(COMMAND ${SCRIPT} -qec "${program} validate ${arguments}" /dev/null
