@@ -335,6 +335,9 @@ TEST_P(ArchiveTypesTest, TimePointsAreExactAtTheEndsOfTheirRange) {
         {"1677-09-21T00:12:43.145224192Z", valid, ""},
         {"1677-09-21T00:12:43.145224191Z", valid, "fine"},
         {"99999-01-01T00:00:00Z", valid, "fine"},
+        {"2016-12-31T23:59:60Z", valid, "fine"}, // no leap seconds in system_clock's time
+        {"2023-02-29T00:00:00Z", valid, "fine"},
+        {"2024-02-29T24:00:00Z", valid, "fine"},
         {valid, "292277026596-12-04T15:30:07Z", ""},
         {valid, "292277026596-12-04T15:30:08Z", "coarse"},
         {valid, "-292277022657-01-27T08:29:52Z", ""},
