@@ -41,7 +41,7 @@ TEST(Utf, IllFormedUtf8BecomesOneReplacementPerMaximalSubpart) {
 }
 
 // Each conversion to UTF-8 alike: at the start, middle and end of a text.
-TEST(Utf, UnpairedSurrogatesBecomeReplacementCharacters) {
+TEST(Utf, UnpairedSurrogatesBecomeReplacementCharactersAndEveryLengthIsRight) {
     const std::string r = "\xEF\xBF\xBD", pair = "\xF0\x9F\x98\x80";
     constexpr WideChar H = 0xD83D, L = 0xDE00;
     const struct {
@@ -58,6 +58,10 @@ TEST(Utf, UnpairedSurrogatesBecomeReplacementCharacters) {
         {{L, 'a', L}, r + "a" + r},
         {{H, L, H}, pair + r},
         {{'x', L, H, L}, "x" + r + pair},
+        {{L, L}, r + r},
+        {{0x7F, 0x80}, "\x7F\xC2\x80"},
+        {{0x7FF, 0x800}, "\xDF\xBF\xE0\xA0\x80"},
+        {{0xFFFF}, "\xEF\xBF\xBF"},
     };
     for (const auto& c : cases) {
         const CBasicStringView<WideChar> units(c.units.data(), c.units.size());
