@@ -13,7 +13,7 @@ struct SaveOptions {
     /// One element a line, two spaces a level, and a final newline, for files that people read
     /// and keep under version control, where a one-line file makes every change a conflict.
     /// Only white space between tags is added: every value's text reads back exactly. It costs
-    /// the bytes of the indentation (a third more for records of short members); the stream
+    /// the bytes of the indentation (a fifth more for records of short members); the stream
     /// engine writes it as it goes.
     bool indented = false;
 };

@@ -151,6 +151,12 @@ TEST_P(ArchiveVersionTest, VersionsAreWrittenPerClassAndGivenBackOnLoading) {
     EXPECT_EQ(loaded.items, saved.items);
     EXPECT_EQ(loaded.single, saved.single);
     EXPECT_EQ(loaded.single.version, 1u);
+
+    // A version written as 0 is version 0, as an element without one is.
+    const std::string one = "varname=\"single\" varversion=\"1\"";
+    xml.replace(xml.find(one), one.size(), "varname=\"single\" varversion=\"0\"");
+    ASSERT_TRUE(classxml::LoadFromString(xml, loaded, engine)) << xml;
+    EXPECT_EQ(loaded.single.version, 0u);
 }
 
 // A newer file, a malformed version, and members that are optional or renamed but malformed

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -175,22 +176,8 @@ inline constexpr std::string_view kVersion = "varversion";
 // reader failed) when it is malformed or newer than the program's.
 template <class T, class Reader>
 bool FileVersion(Reader& reader, std::uint32_t& version) {
-    version = 0;
-    const auto text = reader.Attribute(kVersion);
-    if (!text) return true;
-    std::uint64_t value = 0;
-    bool digits = !text->empty() && text->size() <= 10;
-    for (const char c : *text)
-        digits = digits && c >= '0' && c <= '9' && (value = value * 10 + std::uint64_t(c - '0'));
-    if (!digits || value > UINT32_MAX)
-        return reader.Fail("a class version of 0 or more", '"' + *text + '"'), false;
-    version = std::uint32_t(value);
-    if (version > ClassVersion<T>::value)
-        return reader.Fail("version " + std::to_string(ClassVersion<T>::value) +
-                               " or older of class " + std::string(TypeTextOf<T>()),
-                           "version " + *text + " in the file"),
-               false;
-    return true;
+    return reader.ClassVersion(reader.Attribute(kVersion), ClassVersion<T>::value, TypeTextOf<T>(),
+                               version);
 }
 
 template <class T, class Enable>

@@ -7,8 +7,8 @@ namespace classxml::archive_detail {
 
 ArchiveReader::~ArchiveReader() = default;
 
-// Numbers are short by nature: only the first characters of their text are kept (see
-// ValueText), whatever the document holds.
+// Numbers are short by nature: their text is held in place, and a long one (leading zeros, a
+// long fraction) whole up to a bound (see ValueText), whatever the document holds.
 template <class Value>
 bool ArchiveReader::ReadValue(std::string_view type, Value& value) {
     stream_detail::ValueText text;
@@ -40,6 +40,20 @@ bool ArchiveReader::Read(std::string_view type, std::string& value) {
 
 bool ArchiveReader::Read(std::string_view type, std::u16string& value) {
     return ReadText<stream_detail::Utf16Text<std::u16string>>(type, value);
+}
+
+bool ArchiveReader::ClassVersion(const std::optional<std::string>& text,
+                                 std::uint32_t programVersion, std::string_view className,
+                                 std::uint32_t& version) {
+    version = 0;
+    if (!text) return true;
+    const auto value = value_text::ParseUnsignedExact(*text, UINT32_MAX);
+    if (!value) return Fail("a class version of 0 or more", '"' + *text + '"');
+    version = std::uint32_t(*value);
+    if (version <= programVersion) return true;
+    return Fail("version " + std::to_string(programVersion) + " or older of class " +
+                    std::string(className),
+                "version " + *text + " in the file");
 }
 
 bool ArchiveReader::Unopened(std::string_view path, int error) {

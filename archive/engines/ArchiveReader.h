@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -36,6 +37,10 @@ public:
     bool WrongContainer(std::string_view kind, std::string_view itemType,
                         std::string_view valueType, std::string_view foundKind,
                         std::string_view foundItem, std::string_view foundValue);
+    // The version a class element's `text` gives (0 when it has none), at most `programVersion`
+    // of class `className`; false, and recorded, when it is malformed or newer.
+    bool ClassVersion(const std::optional<std::string>& text, std::uint32_t programVersion,
+                      std::string_view className, std::uint32_t& version);
     // Records that the file at `path` could not be opened, for the system's reason `error`.
     bool Unopened(std::string_view path, int error);
     bool Failed() const { return !m_result; }
