@@ -352,3 +352,41 @@ TEST_F(VFileTest, PositionsAndSizes) {
 }
 
 } // namespace
+
+namespace {
+
+// Reads and writes at random places, with a buffer of 64 bytes so that every edge of it is met
+// thousands of times, against a string holding what the file should.
+TEST(BasicFileTest, RandomReadsAndWritesAgreeWithTheBytesWritten) {
+    const classxml::testing::TempDir dir;
+    CBasicFile<char> file;
+    classxml::platform::OpenOptions options;
+    options.access = classxml::platform::OpenOptions::Access::ReadWrite;
+    options.create = options.truncate = true;
+    ASSERT_EQ(file.Open(classxml::testing::WidePath(dir / "random.bin"), options,
+                        BasicStringDef::codepage_utf8, BasicFile::byteorder_unknown),
+              0);
+    file.SetMaxBufferSize(64);
+    std::string model;
+    std::mt19937 random(5);
+    for (int step = 0; step < 20'000; ++step) {
+        const std::size_t at = random() % (model.size() + 1), count = random() % 100;
+        if (random() % 2) {
+            std::string bytes(count, '\0');
+            for (char& byte : bytes)
+                byte = char('a' + random() % 26);
+            file.Seek(std::int64_t(at), BasicFile::seek_begin);
+            file.Write(bytes.data(), count);
+            model.resize(std::max(model.size(), at + count));
+            model.replace(at, count, bytes);
+        } else {
+            std::string read(count, '\0');
+            read.resize(file.ReadAt(std::int64_t(at), read.data(), count));
+            ASSERT_EQ(read, model.substr(at, count)) << "step " << step;
+        }
+    }
+    file.Close();
+    EXPECT_EQ(classxml::testing::ReadFile(dir / "random.bin"), model);
+}
+
+} // namespace
