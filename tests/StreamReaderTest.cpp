@@ -215,12 +215,17 @@ TEST_F(StreamReaderTest, AFifoIsReadOnceAsAStream) {
 }
 
 // ReadText keeps the element's own text around its children, and never splits a pair: the
-// supplementary character stands at unit 65,535, where the scanner hands over a piece.
+// supplementary character stands at unit 65,535, where a piece is handed over; on the scanner
+// and, with a DOCTYPE, on the parser.
 TEST_F(StreamReaderTest, ReadTextKeepsOwnTextAroundChildrenAndPairsWhole) {
     const std::string longText = std::string(65'535, 'x') + "\xF0\x9F\x98\x80y";
+    const std::string doctype =
+        "<!DOCTYPE r [<!ELEMENT r ANY><!ELEMENT p ANY><!ELEMENT q ANY><!ELEMENT s ANY>]>";
     for (const auto& [xml, own] : std::vector<std::pair<std::string, std::string>>{
              {"<r><p>ab<q>inner</q>cd<q/>e</p><s/></r>", "abcde"},
-             {"<r><p>" + longText + "</p><s/></r>", longText}}) {
+             {doctype + "<r><p>ab<q>inner</q>cd<q/>e</p><s/></r>", "abcde"},
+             {"<r><p>" + longText + "</p><s/></r>", longText},
+             {doctype + "<r><p>" + longText + "</p><s/></r>", longText}}) {
         const CBasicString<WideChar> units = classxml::platform::Utf8ToUtf16(xml);
         for (const bool wide : {false, true}) {
             StreamReader reader;
@@ -233,6 +238,16 @@ TEST_F(StreamReaderTest, ReadTextKeepsOwnTextAroundChildrenAndPairsWhole) {
             EXPECT_TRUE(text == own) << wide << ": " << text.size();
             EXPECT_EQ(reader.NextTag(), Event::StartElement); // <s/>, after p's end
             EXPECT_EQ(reader.Name(), WIDE("s"));
+
+            // Event by event, in UTF-8 each: a pair split between two would not join again.
+            StreamReader events;
+            ASSERT_TRUE(wide ? events.OpenString(CBasicStringView<WideChar>(units))
+                             : events.OpenString(std::string_view(xml)));
+            std::string joined;
+            for (Event event; (event = events.Next()) != Event::End && event != Event::Error;)
+                if (event == Event::Text) joined += events.TextUtf8();
+            EXPECT_TRUE(joined == (own == "abcde" ? "abinnercde" : own))
+                << wide << ": " << joined.size();
         }
     }
 }
@@ -452,6 +467,7 @@ TEST_F(StreamReaderTest, TypedReadsAreStrict) {
                           {"99999999999999999999", false, false, false, false, false, true},
                           // longer than a scanner's piece of 256 units, and leading zeros
                           {std::string(300, '0') + "42", true, true, true, true, false, true},
+                          {std::string(255, '0') + "42", true, true, true, true, false, true},
                           {"007", true, true, true, true, false, true},
                           {"true ", false, false, false, false, false, false},
                           {"trueX", false, false, false, false, false, false},
