@@ -53,6 +53,8 @@ const std::vector<Edge> kEdges = {
     // text
     {"line ends normalised", "<r>a\r\nb\rc\n</r>"},
     {"']]>' in text", "<r>a]]>b</r>", 1, 8},
+    {"']]>' after more brackets", "<r>a]]]]>b</r>", 1, 10},
+    {"'--' in a comment", "<r><!-- a -- b --></r>", 1, 14},
     {"']]' alone in text", "<r>a]]b]</r>"},
     {"a control character", "<r>\x01</r>", 1, 5},
     {"U+FFFE", "<r>\xEF\xBF\xBE</r>", 1, 5},
