@@ -140,49 +140,44 @@ void DomWriter::PutText(std::string_view name, std::string_view type,
     });
 }
 
+// A file saved compact is the handle's own save; a string, or an indented file (laid out from
+// the handle's UTF-8 text), goes through Text and replaces the file in one step as the
+// handle's save does.
 Result DomWriter::Finish() {
     if (!m_result) return m_result;
-    if (m_indented) {
-        SaveIndented();
-    } else if (m_destination.text) {
-        char8_t* buffer = nullptr;
-        unsigned long long length = 0;
-        if (m_root.SaveToString(&buffer, length, true))
-            m_destination.text->assign(reinterpret_cast<const char*>(buffer), length);
-        else
-            Refuse({}, "the document saved to a string", "the save failing");
-        Handle::FreeMemory(&buffer);
-    } else {
+    const std::string_view path = m_destination.path;
+    if (!m_destination.text && !m_indented) {
         // The handle answers true for a folder that does not exist, having written nothing.
-        const std::string_view path = m_destination.path;
         if (FolderMissing(path) || !m_root.SaveToFile(platform::Utf8ToUtf16(path)))
             Refuse({}, {}, CannotSave(path, 0));
+    } else if (std::optional<std::string> text = Text(); !text) {
+        Refuse({},
+               "the document saved to " +
+                   (m_destination.text ? std::string("a string") : '"' + std::string(path) + '"'),
+               "the save failing");
+    } else if (m_destination.text) {
+        *m_destination.text = std::move(*text);
+    } else {
+        platform::FileReplacement file(platform::Utf8ToUtf16(path));
+        if (file.Kind() == platform::WriteTarget::Kind::MissingFolder || !file.IsOpen() ||
+            !file.Write(text->data(), text->size()) || !file.Commit())
+            Refuse({}, {}, CannotSave(path, file.Error()));
     }
     m_result.diagnostics = LastDiagnostics();
     return m_result;
 }
 
-// The handle saves compact documents; an indented one is laid out from its UTF-8 text and
-// replaces the file in one step as the handle's save does.
-void DomWriter::SaveIndented() {
+// The document as UTF-8 text, indented when asked for.
+std::optional<std::string> DomWriter::Text() {
     char8_t* buffer = nullptr;
     unsigned long long length = 0;
-    const bool saved = m_root.SaveToString(&buffer, length, true);
-    std::string text =
-        saved ? Indented({reinterpret_cast<const char*>(buffer), std::size_t(length)}) : "";
-    Handle::FreeMemory(&buffer);
-    if (m_destination.text) {
-        if (saved)
-            *m_destination.text = std::move(text);
-        else
-            Refuse({}, "the document saved to a string", "the save failing");
-        return;
+    std::optional<std::string> text;
+    if (m_root.SaveToString(&buffer, length, true)) {
+        const std::string_view compact(reinterpret_cast<const char*>(buffer), std::size_t(length));
+        text = m_indented ? Indented(compact) : std::string(compact);
     }
-    const std::string_view path = m_destination.path;
-    platform::FileReplacement file(platform::Utf8ToUtf16(path));
-    if (!saved || file.Kind() == platform::WriteTarget::Kind::MissingFolder || !file.IsOpen() ||
-        !file.Write(text.data(), text.size()) || !file.Commit())
-        Refuse({}, {}, CannotSave(path, file.Error()));
+    Handle::FreeMemory(&buffer);
+    return text;
 }
 
 } // namespace classxml::archive_detail

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -48,7 +49,7 @@ private:
     template <class Writer>
     void Put(std::string_view name, std::string_view type, Writer add);
     void Open(CXMLClassReaderWriter element, std::string_view name, std::size_t index);
-    void SaveIndented();
+    std::optional<std::string> Text();
 
     Destination m_destination;
     std::string m_rootName; // the path's first step

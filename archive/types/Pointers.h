@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <typeinfo>
 #include <unordered_map>
+#include <vector>
 
 #include "classxml/archive/detail/Archived.h"
 #include "classxml/archive/detail/Dtd.h"
@@ -116,13 +117,8 @@ struct ArchivedPointer {
         const std::string element(TypeText());
         std::vector<std::string> held;
         if constexpr (!std::is_abstract_v<T>) held.push_back(dtd.template Element<T>("item"));
-        if constexpr (std::is_polymorphic_v<T>)
-            for (const PolymorphicType* type : PolymorphicTypes()) {
-                void* object = type->create();
-                const bool derived = BaseOf<T>(*type, object) != nullptr;
-                type->destroy(object);
-                if (derived) held.push_back(type->describe(&dtd));
-            }
+        for (const PolymorphicType* type : DerivedTypes())
+            held.push_back(type->describe(&dtd));
         dtd.Declarations().Declare(element, ChoiceModel(held, true), {kId, kReference, "varname"});
         return element;
     }
@@ -189,16 +185,23 @@ private:
         if constexpr (!std::is_abstract_v<T>) ar.Here(*made.object);
     }
 
-    // The registered types a pointer to T may hold, for a message: ": A, B" or " (none)".
-    static std::string RegisteredFor() {
-        std::string names;
+    // The registered types derived from T, which a pointer to T may hold.
+    static std::vector<const PolymorphicType*> DerivedTypes() {
+        std::vector<const PolymorphicType*> derived;
         if constexpr (std::is_polymorphic_v<T>)
             for (const PolymorphicType* type : PolymorphicTypes()) {
                 void* object = type->create();
-                const bool derived = BaseOf<T>(*type, object) != nullptr;
+                if (BaseOf<T>(*type, object)) derived.push_back(type);
                 type->destroy(object);
-                if (derived) names += (names.empty() ? ": " : ", ") + type->typeText;
             }
+        return derived;
+    }
+
+    // The same for a message: ": A, B", or " (none)".
+    static std::string RegisteredFor() {
+        std::string names;
+        for (const PolymorphicType* type : DerivedTypes())
+            names += (names.empty() ? ": " : ", ") + type->typeText;
         return names.empty() ? " (none)" : names;
     }
 
