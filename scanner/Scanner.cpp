@@ -330,11 +330,8 @@ bool Scanner::CharacterData() {
     bool leading = false; // a surrogate waits for its pair (UTF-16 documents only)
     for (;;) {
         if (!leading) {
-            const unsigned char* data = Data();
-            std::size_t at = m_at;
-            const std::size_t end = End();
-            while (at < end && kContent[data[at]] == kPlain)
-                ++at;
+            const std::size_t at =
+                RunEnd([](unsigned char byte) { return kContent[byte] == kPlain; });
             GatherWindow(m_at, at);
             m_at = at;
             if (TextLength() >= kTextPiece) return true;

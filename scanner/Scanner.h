@@ -76,6 +76,17 @@ private:
     bool Refill(std::size_t count);
     // The next byte, or -1 at the end.
     [[gnu::always_inline]] int Peek() { return m_at < End() || Have(1) ? Data()[m_at] : -1; }
+    // Where the run of bytes from m_at that `plain` passes ends, within the window: the loops
+    // of text, CDATA and attribute values take such runs whole.
+    template <class Plain>
+    [[gnu::always_inline]] std::size_t RunEnd(Plain plain) const {
+        const unsigned char* data = Data();
+        std::size_t at = m_at;
+        const std::size_t end = End();
+        while (at < end && plain(data[at]))
+            ++at;
+        return at;
+    }
     std::size_t LastTagOpen();
     void TakeDeclarationStart(std::size_t at);
     bool LookingAt(std::string_view text) {

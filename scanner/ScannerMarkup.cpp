@@ -184,12 +184,10 @@ bool Scanner::CData() {
     if (!SkippedByte('[')) return Fail("'[' expected"), false;
     bool leading = false;
     for (;;) {
-        if (!leading) {
-            const unsigned char* data = Data();
-            std::size_t at = m_at;
-            const std::size_t end = End();
-            while (at < end && (kMarkup[data[at]] == kPlain || data[at] == '<' || data[at] == '&'))
-                ++at;
+        if (!leading) { // markup characters are text here
+            const std::size_t at = RunEnd([](unsigned char byte) {
+                return kMarkup[byte] == kPlain || byte == '<' || byte == '&';
+            });
             GatherWindow(m_at, at);
             m_at = at;
         }

@@ -211,12 +211,9 @@ bool Scanner::AttributeValue(std::size_t nameAt, std::size_t nameLength, Pending
     bool leading = false;
     for (;;) {
         if (!leading) {
-            const unsigned char* data = Data();
-            std::size_t at = m_at;
-            const std::size_t end = End();
-            while (at < end && kValue[data[at]] == kPlain)
-                ++at;
-            if (copied) m_values.append(reinterpret_cast<const char*>(data) + m_at, at - m_at);
+            const std::size_t at =
+                RunEnd([](unsigned char byte) { return kValue[byte] == kPlain; });
+            if (copied) m_values.append(reinterpret_cast<const char*>(Data()) + m_at, at - m_at);
             m_at = at;
         }
         if (m_at == End() && !Have(1)) return Fail("unexpected end of input"), false;
