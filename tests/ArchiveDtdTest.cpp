@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "classxml/archive/Archive.h"
+#include "support/ArchiveEngines.h"
 #include "support/Document.h"
 #include "support/TempDir.h"
 
@@ -175,11 +176,7 @@ protected:
     classxml::testing::TempDir dir;
 };
 
-INSTANTIATE_TEST_SUITE_P(Engines, ArchiveDtdFiles,
-                         ::testing::Values(classxml::Engine::Dom, classxml::Engine::Stream),
-                         [](const auto& info) {
-                             return info.param == classxml::Engine::Dom ? "Dom" : "Stream";
-                         });
+CLASSXML_ON_BOTH_ENGINES(ArchiveDtdFiles);
 
 TEST_P(ArchiveDtdFiles, WhatEitherEngineSavesIsValidAndEditedDocumentsAreNot) {
     const auto file = dir / "catalog.xml";

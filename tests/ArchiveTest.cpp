@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "classxml/archive/Archive.h"
+#include "support/ArchiveEngines.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -98,16 +99,9 @@ struct classxml::EnumNames<Color> {
 };
 
 // Every test runs on both engines, which write the same documents and read them alike.
-class ArchiveTest : public ::testing::TestWithParam<classxml::Engine> {
-protected:
-    const classxml::Engine engine = GetParam();
-};
+class ArchiveTest : public classxml::testing::ArchiveEngineTest {};
 
-INSTANTIATE_TEST_SUITE_P(Engines, ArchiveTest,
-                         ::testing::Values(classxml::Engine::Dom, classxml::Engine::Stream),
-                         [](const auto& info) {
-                             return info.param == classxml::Engine::Dom ? "Dom" : "Stream";
-                         });
+CLASSXML_ON_BOTH_ENGINES(ArchiveTest);
 
 TEST_P(ArchiveTest, EveryTypeAndContainerComesBackExactly) {
     const Everything saved;
@@ -154,13 +148,12 @@ TEST_P(ArchiveTest, AnIndentedDocumentIsOneElementALineAndReadsBackExactly) {
     saved.text = "  leading spaces\n  and a line that looks indented\n";
     saved.empty = "<Point>";
     const classxml::SaveOptions options{{"", "everything.dtd"}, engine, true};
-    std::string xml, other;
+    std::string xml, otherXml;
     ASSERT_TRUE(classxml::SaveToString(xml, saved, options));
-    classxml::SaveOptions otherEngine = options;
-    otherEngine.engine =
-        engine == classxml::Engine::Dom ? classxml::Engine::Stream : classxml::Engine::Dom;
-    ASSERT_TRUE(classxml::SaveToString(other, saved, otherEngine));
-    EXPECT_EQ(xml, other);
+    classxml::SaveOptions onOther = options;
+    onOther.engine = other;
+    ASSERT_TRUE(classxml::SaveToString(otherXml, saved, onOther));
+    EXPECT_EQ(xml, otherXml);
     EXPECT_NE(xml.find("?>\n<!DOCTYPE Everything SYSTEM \"everything.dtd\">\n<Everything>\n  "
                        "<i32 keytype=\"int\">-2147483648</i32>\n"),
               std::string::npos)

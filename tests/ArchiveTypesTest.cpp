@@ -19,6 +19,7 @@
 #include <gtest/gtest.h>
 
 #include "classxml/archive/Archive.h"
+#include "support/ArchiveEngines.h"
 
 namespace {
 
@@ -226,18 +227,9 @@ CLASSXML_REGISTER_TYPE(Product)
 
 namespace {
 
-class ArchiveTypesTest : public ::testing::TestWithParam<classxml::Engine> {
-protected:
-    const classxml::Engine engine = GetParam();
-    const classxml::Engine other =
-        engine == classxml::Engine::Dom ? classxml::Engine::Stream : classxml::Engine::Dom;
-};
+class ArchiveTypesTest : public classxml::testing::ArchiveEngineTest {};
 
-INSTANTIATE_TEST_SUITE_P(Engines, ArchiveTypesTest,
-                         ::testing::Values(classxml::Engine::Dom, classxml::Engine::Stream),
-                         [](const auto& info) {
-                             return info.param == classxml::Engine::Dom ? "Dom" : "Stream";
-                         });
+CLASSXML_ON_BOTH_ENGINES(ArchiveTypesTest);
 
 TEST_P(ArchiveTypesTest, EveryStandardTypeComesBackExactlyAndBothEnginesWriteTheSame) {
     const Model saved;

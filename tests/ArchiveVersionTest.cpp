@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "classxml/archive/Archive.h"
+#include "support/ArchiveEngines.h"
 #include "support/TempDir.h"
 
 namespace v1 { // the first release
@@ -107,16 +108,9 @@ struct Marked {
     }
 };
 
-class ArchiveVersionTest : public ::testing::TestWithParam<classxml::Engine> {
-protected:
-    const classxml::Engine engine = GetParam();
-};
+class ArchiveVersionTest : public classxml::testing::ArchiveEngineTest {};
 
-INSTANTIATE_TEST_SUITE_P(Engines, ArchiveVersionTest,
-                         ::testing::Values(classxml::Engine::Dom, classxml::Engine::Stream),
-                         [](const auto& info) {
-                             return info.param == classxml::Engine::Dom ? "Dom" : "Stream";
-                         });
+CLASSXML_ON_BOTH_ENGINES(ArchiveVersionTest);
 
 TEST_P(ArchiveVersionTest, AFileOfTheFirstReleaseLoadsIntoTheNext) {
     std::string xml;
@@ -134,12 +128,10 @@ TEST_P(ArchiveVersionTest, AFileOfTheFirstReleaseLoadsIntoTheNext) {
 
 TEST_P(ArchiveVersionTest, VersionsAreWrittenPerClassAndGivenBackOnLoading) {
     v2::Box saved{{{"a", 1, 2.5, 7}}, {"b", 2, 0.25, 0}};
-    std::string xml, other;
+    std::string xml, otherXml;
     ASSERT_TRUE(classxml::SaveToString(xml, saved, engine));
-    ASSERT_TRUE(classxml::SaveToString(other, saved,
-                                       engine == classxml::Engine::Dom ? classxml::Engine::Stream
-                                                                       : classxml::Engine::Dom));
-    EXPECT_EQ(xml, other);
+    ASSERT_TRUE(classxml::SaveToString(otherXml, saved, other));
+    EXPECT_EQ(xml, otherXml);
     EXPECT_NE(xml.find("<Box><items keytype=\"vector\" varkeytype=\"Item\"><Item varversion=\"1\">"
                        "<title keytype=\"CUTF8String\">a</title>"),
               std::string::npos)
