@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "classxml/archive/Archive.h"
+#include "classxml/compat/Compatibility.h"
 #include "support/ArchiveEngines.h"
 #include "support/TempDir.h"
 
@@ -229,6 +230,25 @@ TEST_P(ArchiveVersionTest, TheNextReleasesDtdAcceptsTheFirstReleasesFiles) {
     std::ofstream(misplaced, std::ios::binary) << third;
     v2::Box box;
     EXPECT_FALSE(classxml::LoadFromFile(misplaced, box, engine)); // out of its place
+}
+
+// The check a team runs before a release: the DTD of the next release accepts every document
+// of the first; the way back does not.
+TEST(ArchiveVersionCompat, TheNextReleasesDtdPassesTheCheckAgainstTheFirstsAndNotBack) {
+    const classxml::testing::TempDir directory;
+    ASSERT_TRUE(classxml::SaveDtd<v1::Box>((directory / "first.dtd").string()));
+    ASSERT_TRUE(classxml::SaveDtd<v2::Box>((directory / "second.dtd").string()));
+    classxml::dtd_declarations::Declarations first, second;
+    std::string problem;
+    ASSERT_TRUE(classxml::dtd_declarations::Read(
+        classxml::testing::WidePath(directory / "first.dtd"), first, problem));
+    ASSERT_TRUE(classxml::dtd_declarations::Read(
+        classxml::testing::WidePath(directory / "second.dtd"), second, problem));
+    const auto forward = classxml::compat::Compare(first, second);
+    EXPECT_TRUE(forward.empty()) << forward.front().element << ": " << forward.front().what;
+    const auto back = classxml::compat::Compare(second, first);
+    ASSERT_FALSE(back.empty());
+    EXPECT_EQ(back.front().element, "Item") << back.front().what;
 }
 
 } // namespace

@@ -49,6 +49,9 @@ int Format(const Input& input, const DtdChoice& dtd);
 // valid (3) unless `allowNoDtd`.
 int Validate(const std::vector<Input>& inputs, const DtdChoice& dtd, bool allowNoDtd);
 int Preprocess(const std::filesystem::path& file);
+// 0 when `newer` accepts every document `older` does; 3 when not, after each loss with the
+// smallest example; 1 when either cannot be read or compared.
+int Compat(const std::filesystem::path& older, const std::filesystem::path& newer);
 
 // Helpers the subcommands share.
 CBasicString<WideChar> Wide(const std::filesystem::path& path);

@@ -24,6 +24,7 @@ const char kUsage[] =
     "                              check files against the DTD they name, or against DTD\n"
     "  preprocess FILE             move base64 blocks of FileTransport elements into side\n"
     "                              files and list them\n"
+    "  compat OLD.dtd NEW.dtd      tell whether NEW accepts every document OLD accepts\n"
     "  --help, --version\n"
     "\n"
     "FILE may be - for standard input, except for preprocess, which rewrites a file and does\n"
@@ -100,6 +101,19 @@ const Command kCommands[] = {
      {},
      1,
      1},
+    {"compat",
+     "compat OLD.dtd NEW.dtd",
+     "Tells whether every document valid against OLD.dtd is valid against NEW.dtd: each\n"
+     "element's content (as the sequences of children it allows, and whether it takes text)\n"
+     "and attributes (declared, required, fixed, their types and choices). Every element\n"
+     "declared in OLD counts as a possible root. For each element that loses documents it\n"
+     "prints why and the smallest instance that OLD accepts and NEW refuses, each child the\n"
+     "smallest OLD allows. DTDs that declare general entities or notations are not compared.\n"
+     "Exit status 0 NEW accepts all, 3 it does not, 1 a DTD cannot be read or compared.\n",
+     {},
+     {},
+     2,
+     2},
 };
 
 int Usage(const std::string& problem) {
@@ -119,6 +133,7 @@ int Run(const Command& command, const classxml::tool::Arguments& arguments) {
     if (name == "demo")
         return Demo(arguments.operands.empty() ? NewTemporaryDirectory()
                                                : std::filesystem::path(arguments.operands[0]));
+    if (name == "compat") return Compat(arguments.operands[0], arguments.operands[1]);
     if (name == "preprocess") {
         if (arguments.operands[0] == "-") return Usage("preprocess rewrites a file; - has none");
         return Preprocess(arguments.operands[0]);
