@@ -74,7 +74,7 @@ crash: build
 # Each fuzz target runs FUZZ_SECONDS on its seeds (fuzz/corpus/<target>) and what it found
 # before (build/fuzz/corpus/<target>); failing inputs land in build/fuzz/artifacts/.
 FUZZ_SECONDS ?= 60
-FUZZ_TARGETS := ReadDocument Preprocess Search ValueReaders StreamReader Archive Scanner DtdOverride
+FUZZ_TARGETS := ReadDocument Preprocess Search ValueReaders StreamReader Archive Scanner DtdOverride Compat
 # The leak that Xerces itself has is recognised by its frame, which needs exact unwinding.
 FUZZ_ENV := LSAN_OPTIONS=suppressions=$(CURDIR)/tests/lsan.supp \
             ASAN_OPTIONS=fast_unwind_on_malloc=0:malloc_context_size=6

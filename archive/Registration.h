@@ -15,6 +15,18 @@
     [[maybe_unused]] const bool                                                                    \
         CLASSXML_REGISTERED(__COUNTER__) = ::classxml::archive_detail::Register<T>();              \
     }
+/// @ingroup archive
+/// Registers class `T` as CLASSXML_REGISTER_TYPE does, under `NAME` (a valid XML name of the
+/// program's choosing) rather than its unqualified C++ name, at global scope:
+/// `CLASSXML_REGISTER_TYPE_AS(geo::Circle, "geo.Circle")`. NAME becomes T's class element
+/// wherever T is saved, so that two classes of one name in two namespaces can both be
+/// registered. It must stand before the first save or load of T in its module.
+#define CLASSXML_REGISTER_TYPE_AS(T, NAME)                                                         \
+    template <>                                                                                    \
+    struct classxml::TypeText<T> {                                                                 \
+        static constexpr std::string_view value = NAME;                                            \
+    };                                                                                             \
+    CLASSXML_REGISTER_TYPE(T)
 /// @cond INTERNAL
 #define CLASSXML_REGISTERED(counter) CLASSXML_REGISTERED_NAME(counter)
 #define CLASSXML_REGISTERED_NAME(counter) classxml_registered_##counter

@@ -7,7 +7,8 @@ set(CLASSXML_PUBLIC_HEADERS
     platform/LoggingSourcePos.h
     basicio/BasicFileException.h basicio/VFile.h
     xmlio/Diagnostics.h xmlio/XMLIO.h xmlio/XercesForward.h xmlio/XercesIO.h
-    xmlio/XercesStringHandler.h
+    xmlio/XercesStringHandler.h xmlio/DtdDeclarations.h
+    compat/Compatibility.h
     valuetext/Families.h valuetext/TimeText.h
     XMLClassReaderWriter/AttributeMap.h XMLClassReaderWriter/XMLClassReaderWriter.h
     stream/StreamReader.h stream/StreamWriter.h

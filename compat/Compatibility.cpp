@@ -36,16 +36,37 @@ std::string Escaped(const std::string& value) {
     return out;
 }
 
+// A value as the parser validates it: an attribute of any type but CDATA has its spaces
+// collapsed and trimmed.
+std::string Normalized(const Attribute& attribute) {
+    if (attribute.type == Attribute::Type::CData) return attribute.value;
+    std::string out;
+    for (const char c : attribute.value)
+        if (c != ' ' || (!out.empty() && out.back() != ' ')) out += c;
+    if (!out.empty() && out.back() == ' ') out.pop_back();
+    return out;
+}
+
 void Refuse(const Declarations& dtd) {
     if (dtd.generalEntities) throw std::invalid_argument("it declares general entities");
     if (dtd.notations) throw std::invalid_argument("it declares notations");
     for (const Element& element : dtd.elements)
-        for (const Attribute& attribute : element.attributes)
+        for (const Attribute& attribute : element.attributes) {
+            const std::string named = "the attribute " + attribute.name + " of " + element.name;
             if (attribute.type == Attribute::Type::Entity ||
                 attribute.type == Attribute::Type::Entities ||
                 attribute.type == Attribute::Type::Notation)
-                throw std::invalid_argument("the attribute " + attribute.name + " of " +
-                                            element.name + " names entities or notations");
+                throw std::invalid_argument(named + " names entities or notations");
+            // A default its own type refuses makes the DTD wrong: an element that leaves the
+            // attribute out takes the default and is then refused.
+            Attribute type = attribute;
+            type.presence = Attribute::Presence::Implied;
+            if ((attribute.presence == Attribute::Presence::Default ||
+                 attribute.presence == Attribute::Presence::Fixed) &&
+                !Takes(type, Normalized(attribute)))
+                throw std::invalid_argument(named + " has a default its type refuses: \"" +
+                                            attribute.value + "\"");
+        }
 }
 
 // One DTD with its languages, and the smallest instance of each element it can make.
@@ -212,7 +233,7 @@ std::string ParticleText(const Particle& particle, bool outer) {
     if (particle.kind == Particle::Kind::Name) {
         text = particle.name;
     } else {
-        const char* separator = particle.kind == Particle::Kind::Choice ? "|" : ",";
+        const char* separator = particle.kind == Particle::Kind::Choice ? " | " : ", ";
         for (const Particle& item : particle.items)
             text += (text.empty() ? "" : separator) + ParticleText(item, false);
         text = "(" + text + ")";
@@ -232,7 +253,7 @@ std::string ModelText(const Element& element) {
     case Element::Content::Mixed: {
         std::string text = "(#PCDATA";
         for (const std::string& name : element.mixed)
-            text += "|" + name;
+            text += " | " + name;
         return text + (element.mixed.empty() ? ")" : ")*");
     }
     default:

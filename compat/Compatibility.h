@@ -24,12 +24,13 @@ struct Loss {
 /// Every loss from `older` to `newer`, element by element in name order; none when `newer`
 /// accepts all that `older` does. Each element declared in `older` counts as a possible root.
 /// Throws std::invalid_argument for what it does not compare (general entities, notations,
-/// ENTITY and NOTATION attributes) and std::length_error for models too large to compare.
+/// ENTITY and NOTATION attributes) and for a default value its attribute's type refuses, and
+/// std::length_error for models too large to compare.
 CLASSXML_API std::vector<Loss> Compare(const dtd_declarations::Declarations& older,
                                        const dtd_declarations::Declarations& newer);
 
 /// @ingroup engine
-/// A content model as a DTD writes it: EMPTY, ANY, (#PCDATA|a)* or (a,(b|c)*).
+/// A content model as a DTD writes it: EMPTY, ANY, (#PCDATA | a)* or (a, (b | c)*).
 CLASSXML_API std::string ModelText(const dtd_declarations::Element& element);
 
 } // namespace classxml::compat

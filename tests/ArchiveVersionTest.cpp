@@ -82,6 +82,28 @@ struct Mark : first::Mark {};
 CLASSXML_REGISTER_TYPE(first::Mark)
 CLASSXML_REGISTER_TYPE(second::Mark)
 
+// Two more of one name, each registered under a name of its own.
+namespace geo {
+struct Mark : first::Mark {
+    double radius = 0;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(classxml::BaseClass<first::Mark>(this), CLASSXML_NVP(radius));
+    }
+};
+} // namespace geo
+namespace plot {
+struct Mark : first::Mark {
+    std::string label;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(classxml::BaseClass<first::Mark>(this), CLASSXML_NVP(label));
+    }
+};
+} // namespace plot
+CLASSXML_REGISTER_TYPE_AS(geo::Mark, "geo.Mark")
+CLASSXML_REGISTER_TYPE_AS(plot::Mark, "plot.Mark")
+
 namespace {
 
 // Members named from a free function.
@@ -98,6 +120,14 @@ struct HasPair {
     template <class Archive>
     void serialize(Archive& ar) {
         ar(CLASSXML_NVP(pair));
+    }
+};
+
+struct Marks {
+    std::vector<std::unique_ptr<first::Mark>> marks;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(marks));
     }
 };
 
@@ -196,6 +226,31 @@ TEST_P(ArchiveVersionTest, TwoTypesRegisteredUnderOneNameFailEverySaveAndLoadNam
         loaded, engine);
     EXPECT_FALSE(read);
     EXPECT_EQ(read.path + ": " + read.found, "Marked/mark/Mark[1]: first::Mark and second::Mark");
+}
+
+TEST_P(ArchiveVersionTest, TypesRegisteredUnderNamesOfTheirOwnRoundTripAndAreDeclared) {
+    Marks saved, loaded;
+    auto circle = std::make_unique<geo::Mark>();
+    circle->radius = 2.5;
+    auto label = std::make_unique<plot::Mark>();
+    label->label = "north";
+    saved.marks.push_back(std::move(circle));
+    saved.marks.push_back(std::move(label));
+    std::string xml;
+    ASSERT_TRUE(classxml::SaveToString(xml, saved, engine));
+    EXPECT_NE(xml.find("<geo.Mark><x keytype=\"int\">0</x><radius"), std::string::npos) << xml;
+    EXPECT_NE(xml.find("<plot.Mark><x keytype=\"int\">0</x><label"), std::string::npos) << xml;
+    ASSERT_TRUE(classxml::LoadFromString(xml, loaded, engine));
+    ASSERT_EQ(loaded.marks.size(), 2u);
+    const auto* geoMark = dynamic_cast<const geo::Mark*>(loaded.marks[0].get());
+    const auto* plotMark = dynamic_cast<const plot::Mark*>(loaded.marks[1].get());
+    ASSERT_TRUE(geoMark && plotMark);
+    EXPECT_EQ(geoMark->radius, 2.5);
+    EXPECT_EQ(plotMark->label, "north");
+    const std::string dtd = classxml::DtdFor<Marks>();
+    for (const char* declared :
+         {"<!ELEMENT geo.Mark (x, radius)>", "<!ELEMENT plot.Mark (x, label)>"})
+        EXPECT_NE(dtd.find(declared), std::string::npos) << declared << "\n" << dtd;
 }
 
 TEST_P(ArchiveVersionTest, AFreeFunctionNamesMembersByTheirLastName) {
