@@ -174,7 +174,7 @@ Result LoadFromFile(std::string_view path, T& object, const LoadOptions& options
 }
 template <class T>
 Result LoadFromFile(std::string_view path, T& object, Engine engine = Engine::Stream) {
-    return LoadFromFile(path, object, LoadOptions{engine, {}, false});
+    return LoadFromFile(path, object, archive_detail::OnEngine(engine));
 }
 ///@}
 
@@ -189,7 +189,7 @@ Result LoadFromString(std::string_view xml, T& object, const LoadOptions& option
 }
 template <class T>
 Result LoadFromString(std::string_view xml, T& object, Engine engine = Engine::Stream) {
-    return LoadFromString(xml, object, LoadOptions{engine, {}, false});
+    return LoadFromString(xml, object, archive_detail::OnEngine(engine));
 }
 ///@}
 

@@ -21,9 +21,20 @@ struct LoadOptions {
     /// Whether the parser's complaints also go to standard error, as the handle's reads write
     /// them; by default they are only in the Result's diagnostics.
     bool standardError = false;
+    /// Whether a class element of a version above the program's is read rather than refused,
+    /// its serialize (or load) given the file's version: for a program that knows how the next
+    /// release writes its files. A member the program does not know still fails the load.
+    bool newerVersions = false;
 };
 
 namespace archive_detail {
+
+// The default options, on `engine`.
+inline LoadOptions OnEngine(Engine engine) {
+    LoadOptions options;
+    options.engine = engine;
+    return options;
+}
 
 // The DTD directory a load of `path` (empty: a string) uses instead of the process's, if any.
 std::optional<CBasicString<WideChar>> DtdDirectoryFor(std::string_view path,

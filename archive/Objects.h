@@ -136,9 +136,9 @@ public:
               [&](auto& reader) { reader.LoadString(text.utf8, rootName, options); });
     }
     ObjectReader(FromFile file, std::string_view rootName, Engine engine = Engine::Stream)
-        : ObjectReader(file, rootName, LoadOptions{engine, {}, false}) {}
+        : ObjectReader(file, rootName, archive_detail::OnEngine(engine)) {}
     ObjectReader(FromString text, std::string_view rootName, Engine engine = Engine::Stream)
-        : ObjectReader(text, rootName, LoadOptions{engine, {}, false}) {}
+        : ObjectReader(text, rootName, archive_detail::OnEngine(engine)) {}
     ///@}
 
     /// Reads the next object of type `T` into `object`; false at the end of the document or

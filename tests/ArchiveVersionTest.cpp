@@ -209,6 +209,16 @@ TEST_P(ArchiveVersionTest, WhatThisReleaseCannotReadIsRefusedAndTheObjectKept) {
         EXPECT_EQ(result.path + ": " + result.expected + " / " + result.found, c.failure);
         EXPECT_EQ(box.single.title, "kept");
     }
+    // A program that knows the next release's files takes them, given the file's version.
+    std::string newer = valid;
+    newer.replace(newer.find("varversion=\"1\""), 14, "varversion=\"2\"");
+    v2::Box box;
+    classxml::LoadOptions options;
+    options.engine = engine;
+    options.newerVersions = true;
+    ASSERT_TRUE(classxml::LoadFromString(newer, box, options));
+    EXPECT_EQ(box.single.version, 2u);
+    EXPECT_EQ(box.single.weight, 0.25);
 }
 
 TEST_P(ArchiveVersionTest, TwoTypesRegisteredUnderOneNameFailEverySaveAndLoadNamingBoth) {

@@ -50,7 +50,7 @@ bool ArchiveReader::ClassVersion(const std::optional<std::string>& text,
     const auto value = value_text::ParseUnsignedExact(*text, UINT32_MAX);
     if (!value) return Fail("a class version of 0 or more", '"' + *text + '"');
     version = std::uint32_t(*value);
-    if (version <= programVersion) return true;
+    if (version <= programVersion || m_newerVersions) return true;
     return Fail("version " + std::to_string(programVersion) + " or older of class " +
                     std::string(className),
                 "version " + *text + " in the file");

@@ -38,7 +38,8 @@ public:
                         std::string_view valueType, std::string_view foundKind,
                         std::string_view foundItem, std::string_view foundValue);
     // The version a class element's `text` gives (0 when it has none), at most `programVersion`
-    // of class `className`; false, and recorded, when it is malformed or newer.
+    // of class `className` unless the load takes newer versions; false, and recorded, when it is
+    // malformed or newer.
     bool ClassVersion(const std::optional<std::string>& text, std::uint32_t programVersion,
                       std::string_view className, std::uint32_t& version);
     // Records that the file at `path` could not be opened, for the system's reason `error`.
@@ -54,6 +55,7 @@ protected:
 
     MemberPath m_path;
     Result m_result;
+    bool m_newerVersions = false; // LoadOptions::newerVersions
 
 private:
     template <class Value>

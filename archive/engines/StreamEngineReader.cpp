@@ -28,6 +28,7 @@ StreamEngineReader::~StreamEngineReader() = default;
 // standard error too hold for the whole document.
 bool StreamEngineReader::LoadFile(std::string_view path, std::string_view rootName,
                                   const LoadOptions& options) {
+    m_newerVersions = options.newerVersions;
     const read_settings::Scope settings(DtdDirectoryFor(path, options), !options.standardError);
     const bool opened = m_reader->OpenFile(platform::Utf8ToUtf16(path));
     if (m_reader->OpenError() != 0) {
@@ -40,6 +41,7 @@ bool StreamEngineReader::LoadFile(std::string_view path, std::string_view rootNa
 
 bool StreamEngineReader::LoadString(std::string_view utf8, std::string_view rootName,
                                     const LoadOptions& options) {
+    m_newerVersions = options.newerVersions;
     const read_settings::Scope settings(DtdDirectoryFor({}, options), !options.standardError);
     return Started(m_reader->OpenString(utf8), rootName);
 }
