@@ -1,5 +1,6 @@
-// Arbitrary documents loaded by the archive into a model with pointers (shared, unique and
-// polymorphic), a variant, a tuple and containers, on both engines: nothing crashes or leaks,
+// Arbitrary documents loaded by the archive into a model with pointers (shared, unique, weak and
+// polymorphic), a variant, a tuple, containers and a versioned class with optional and renamed
+// members, on both engines: nothing crashes or leaks,
 // both engines come to the same verdict and the same object, and a failed load leaves the
 // object as it was.
 #include <cstdint>
@@ -33,8 +34,27 @@ struct Leaf : Base {
     }
 };
 
+// Version 2: `count` was "number" before, and `extra` came with version 1 and may be missing.
+struct Versioned {
+    std::int32_t count = 5;
+    std::string extra = "e";
+    template <class Archive>
+    void serialize(Archive& ar, std::uint32_t version) {
+        ar(classxml::OldName("number", CLASSXML_NVP(count)));
+        if (version >= 1) ar(classxml::Optional(CLASSXML_NVP(extra)));
+    }
+};
+
+} // namespace
+
+CLASSXML_CLASS_VERSION(Versioned, 2)
+
+namespace {
+
 struct Model {
     std::shared_ptr<Base> first, second;
+    std::weak_ptr<Base> watched;
+    Versioned versioned;
     std::unique_ptr<Base> owned;
     std::variant<std::monostate, double, std::string> choice;
     std::tuple<std::int64_t, bool> pair{-1, true};
@@ -43,8 +63,9 @@ struct Model {
     std::optional<std::string> note;
     template <class Archive>
     void serialize(Archive& ar) {
-        ar(CLASSXML_NVP(first), CLASSXML_NVP(second), CLASSXML_NVP(owned), CLASSXML_NVP(choice),
-           CLASSXML_NVP(pair), CLASSXML_NVP(items), CLASSXML_NVP(series), CLASSXML_NVP(note));
+        ar(CLASSXML_NVP(first), CLASSXML_NVP(second), CLASSXML_NVP(watched),
+           CLASSXML_NVP(versioned), CLASSXML_NVP(owned), CLASSXML_NVP(choice), CLASSXML_NVP(pair),
+           CLASSXML_NVP(items), CLASSXML_NVP(series), CLASSXML_NVP(note));
     }
 };
 
@@ -56,6 +77,7 @@ Model Sample() {
     leaf->text = "seven";
     model.first = leaf;
     model.second = leaf;
+    model.watched = leaf;
     model.owned = std::make_unique<Base>();
     model.choice = 2.5;
     model.items = {1u, std::nullopt};
