@@ -27,6 +27,7 @@
 #include <utility>
 
 #include "classxml/archive/ClassVersion.h"
+#include "classxml/archive/Construct.h"
 #include "classxml/archive/DocumentType.h"
 #include "classxml/archive/Engine.h"
 #include "classxml/archive/InputArchive.h"
@@ -44,6 +45,7 @@
 #include "classxml/archive/types/Chrono.h"
 #include "classxml/archive/types/Containers.h"
 #include "classxml/archive/types/FilesystemPath.h"
+#include "classxml/archive/types/Minimal.h"
 #include "classxml/archive/types/Optional.h"
 #include "classxml/archive/types/Pointers.h"
 #include "classxml/archive/types/TupleLike.h"

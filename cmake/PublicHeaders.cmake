@@ -12,13 +12,13 @@ set(CLASSXML_PUBLIC_HEADERS
     valuetext/Families.h valuetext/TimeText.h
     XMLClassReaderWriter/AttributeMap.h XMLClassReaderWriter/XMLClassReaderWriter.h
     stream/StreamReader.h stream/StreamWriter.h
-    archive/Archive.h archive/ClassVersion.h archive/DocumentType.h archive/DtdFor.h
+    archive/Archive.h archive/ClassVersion.h archive/Construct.h archive/DocumentType.h archive/DtdFor.h
     archive/Engine.h
     archive/InputArchive.h archive/LoadOptions.h archive/Members.h archive/Objects.h
     archive/OutputArchive.h archive/Registration.h archive/Result.h archive/SaveOptions.h
     archive/TypeText.h
     archive/types/Bitset.h archive/types/Chrono.h archive/types/Containers.h
-    archive/types/FilesystemPath.h archive/types/Optional.h archive/types/Pointers.h
+    archive/types/FilesystemPath.h archive/types/Minimal.h archive/types/Optional.h archive/types/Pointers.h
     archive/types/TupleLike.h archive/types/Values.h archive/types/Variant.h
     archive/detail/Archived.h archive/detail/Dtd.h archive/detail/MemberPath.h
     archive/detail/Polymorphic.h archive/detail/SharedObjects.h

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "classxml/archive/ClassVersion.h"
+#include "classxml/archive/Construct.h"
 #include "classxml/archive/Engine.h"
 #include "classxml/archive/Members.h"
 #include "classxml/archive/TypeText.h"
@@ -116,6 +117,27 @@ template <class T, class Archive>
 concept FreeLoadV = requires(T& value, Archive& archive, std::uint32_t version) {
     load(archive, value, version);
 };
+
+// A type without a default constructor built from what it reads (Construct.h), by a static
+// member or a free function.
+template <class T, class Archive>
+concept MemberLoadAndConstruct = requires(Archive& archive, Construct<T>& construct) {
+    T::load_and_construct(archive, construct);
+};
+template <class T, class Archive>
+concept FreeLoadAndConstruct = requires(Archive& archive, Construct<T>& construct) {
+    load_and_construct(archive, construct);
+};
+template <class T, class Archive>
+concept LoadAndConstruct = MemberLoadAndConstruct<T, Archive> || FreeLoadAndConstruct<T, Archive>;
+
+template <class T, class Archive>
+void CallLoadAndConstruct(Archive& archive, Construct<T>& construct) {
+    if constexpr (MemberLoadAndConstruct<T, Archive>)
+        T::load_and_construct(archive, construct);
+    else
+        load_and_construct(archive, construct);
+}
 
 // The members of a class through its save (or serialize) function, at `version` of the class
 // (the program's own unless a DTD is made for an older one).

@@ -83,25 +83,39 @@ public:
     }
     // The content model of class `T`, from the members its save (or serialize) names at each
     // of its versions: whatever a file of any version the program reads holds.
+    // A class without a default constructor holds what its load_and_construct reads.
     template <class T>
     std::string MembersOf() {
-        static_assert(std::is_default_constructible_v<T>,
-                      "a DTD is made from an object of each class: give it a default constructor");
-        const T object{};
-        std::vector<Particle> merged = MembersAt(object, ClassVersion<T>::value);
-        for (std::uint32_t version = 0; version < ClassVersion<T>::value; ++version)
-            MergeOlderVersion(merged, MembersAt(object, version));
-        return SequenceModel(merged);
+        if constexpr (!std::is_default_constructible_v<T> && LoadAndConstruct<T, DtdArchive>) {
+            return SequenceModel(Collect([&] {
+                Construct<T> construct;
+                CallLoadAndConstruct(*this, construct);
+            }));
+        } else {
+            static_assert(std::is_default_constructible_v<T>,
+                          "a DTD is made from an object of each class: give it a default "
+                          "constructor, or a load_and_construct function");
+            const T object{};
+            std::vector<Particle> merged = MembersAt(object, ClassVersion<T>::value);
+            for (std::uint32_t version = 0; version < ClassVersion<T>::value; ++version)
+                MergeOlderVersion(merged, MembersAt(object, version));
+            return SequenceModel(merged);
+        }
     }
     DtdDeclarations& Declarations() { return m_declarations; }
 
 private:
     template <class T>
     std::vector<Particle> MembersAt(const T& object, std::uint32_t version) {
+        return Collect([&] { SaveMembers(*this, object, version); });
+    }
+    // The particles of the members `name` names.
+    template <class NameMembers>
+    std::vector<Particle> Collect(const NameMembers& name) {
         std::vector<Particle> particles;
         std::vector<Particle>* outer = m_particles;
         m_particles = &particles;
-        SaveMembers(*this, object, version);
+        name();
         m_particles = outer;
         return particles;
     }

@@ -13,10 +13,12 @@
 namespace classxml::archive_detail {
 
 // Destroys the T at `object` and makes a new one in its place (an object of an abstract type
-// is always of a registered one, renewed as that).
+// is always of a registered one, renewed as that). An object built by load_and_construct is
+// left as it is: it was known only once its contents had loaded, so no ring runs through it
+// unfinished.
 template <class T>
 void RenewInPlace(void* object) {
-    if constexpr (!std::is_abstract_v<T>) {
+    if constexpr (!std::is_abstract_v<T> && std::is_default_constructible_v<T>) {
         static_cast<T*>(object)->~T();
         new (object) T();
     }

@@ -139,6 +139,7 @@ private:
         void* address = nullptr; // of the whole object, which outlives `whole` once shared
         T* object = nullptr;
         const PolymorphicType* type = nullptr; // when it is of a registered type
+        bool loaded = false;                   // built from its contents (load_and_construct)
     };
 
     // The object the item stands for, made empty: of the registered type its class element
@@ -170,7 +171,12 @@ private:
                 return made;
             }
         }
-        if constexpr (!std::is_abstract_v<T>) {
+        if constexpr (LoadAndConstruct<T, In>) {
+            return Constructed(ar);
+        } else if constexpr (!std::is_abstract_v<T>) {
+            static_assert(std::is_default_constructible_v<T>,
+                          "a pointer loads its object into a default-constructed one: give the "
+                          "type a default constructor, or a load_and_construct function");
             made.whole = {new T(), [](void* object) { delete static_cast<T*>(object); }};
             made.address = made.whole.get();
             made.object = static_cast<T*>(made.address);
@@ -178,11 +184,35 @@ private:
         return made;
     }
 
+    // The object its own load_and_construct builds from its class element.
+    template <class In>
+    static Made Constructed(In& ar) {
+        auto& reader = ar.Reader();
+        std::uint32_t version = 0;
+        if (!reader.IsClass(Archived<T>::TypeText()) || !FileVersion<T>(reader, version))
+            return Made();
+        Construct<T> construct;
+        CallLoadAndConstruct(ar, construct);
+        std::unique_ptr<T> object = construct.Take();
+        if (reader.Failed()) return Made();
+        if (!object) {
+            reader.Fail("an object that load_and_construct builds", "none built");
+            return Made();
+        }
+        Made made;
+        made.object = object.get();
+        made.address = const_cast<void*>(WholeObject(made.object));
+        made.whole = {object.release(), [](void* whole) { delete static_cast<T*>(whole); }};
+        made.loaded = true;
+        return made;
+    }
+
     // Loads the made object's class element into it.
     template <class In>
     static void LoadContents(In& ar, const Made& made) {
         if (made.type) return made.type->load[int(In::kEngine)](&ar, made.address);
-        if constexpr (!std::is_abstract_v<T>) ar.Here(*made.object);
+        if constexpr (!std::is_abstract_v<T>)
+            if (!made.loaded) ar.Here(*made.object);
     }
 
     // The registered types derived from T, which a pointer to T may hold.
