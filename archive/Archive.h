@@ -42,6 +42,7 @@
 #include "classxml/archive/engines/StreamEngineReader.h"
 #include "classxml/archive/engines/StreamEngineWriter.h"
 #include "classxml/archive/types/Bitset.h"
+#include "classxml/archive/types/Bytes.h"
 #include "classxml/archive/types/Chrono.h"
 #include "classxml/archive/types/Containers.h"
 #include "classxml/archive/types/FilesystemPath.h"

@@ -150,6 +150,14 @@ public:
         return true;
     }
 
+    bool Characters(View text) {
+        if (m_state != State::Writing || m_open.size() < 2 || !IsXmlText(text)) return false;
+        CloseStartTag();
+        m_markup->AppendText(text);
+        m_inText = true;
+        return true;
+    }
+
     // A whole property element: start tag, keytype and content, which the caller has found to
     // be text XML can carry.
     template <class Text, class Content>
@@ -284,6 +292,7 @@ private:
         for (const Attribute& attribute : attributes)
             WriteAttribute(attribute);
         m_tagOpen = true;
+        m_inText = false;
         m_open.push_back(m_names.size());
         m_names.append(name);
     }
@@ -295,7 +304,8 @@ private:
             m_markup->Append(WIDE("/>"));
             m_tagOpen = false;
         } else {
-            NewLine(m_open.size() - 1);
+            if (!m_inText) NewLine(m_open.size() - 1);
+            m_inText = false;
             m_markup->Append(WIDE("</"));
             m_markup->Append(name);
             m_markup->Append(WideChar('>'));
@@ -314,6 +324,7 @@ private:
     State m_state = State::New;
     bool m_tagOpen = false;
     bool m_indent = false;
+    bool m_inText = false;           // the innermost open element holds text: no line breaks
     CBasicString<WideChar> m_names;  // of the open elements, one after another
     std::vector<std::size_t> m_open; // where each open element's name starts in m_names
 };
@@ -395,6 +406,10 @@ bool StreamWriter::End() {
     }
 CLASSXML_VALUE_FAMILIES(CLASSXML_STREAM_WRITE)
 #undef CLASSXML_STREAM_WRITE
+
+bool StreamWriter::WriteCharacters(View text) {
+    return m_impl->Guarded([&] { return m_impl->Characters(text); });
+}
 
 bool StreamWriter::WriteText(View name, View type, View text) {
     return m_impl->Guarded([&] { return m_impl->Text(name, type, text); });

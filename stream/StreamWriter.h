@@ -86,6 +86,9 @@ public:
     bool BeginElement(View name, std::initializer_list<std::pair<View, View>> attributes);
     /// Closes the element last begun.
     bool End();
+    /// Text inside the element last begun, which then holds no more elements: pieces of one
+    /// long text (base64) written as they come. False for text XML cannot carry.
+    bool WriteCharacters(View text);
 
     /// A property element `name` with keytype `type` and the value's text, as the handle's
     /// writer of that family writes it.

@@ -1,13 +1,19 @@
 // Object graphs beyond plain members, on both engines: types built from what they read, types
-// that are really one value, and the same bytes from both engines for each.
+// that are really one value, binary members (inline and moved out by pre-read extraction), and
+// the same bytes from both engines for each.
+#include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 #include "classxml/archive/Archive.h"
+#include "classxml/valuetext/Base64.h"
 #include "support/ArchiveEngines.h"
 #include "support/TempDir.h"
 
@@ -182,6 +188,149 @@ TEST_P(ArchiveGraphTest, WhatCannotBeBuiltOrIsNotItsValueIsRefusedAndTheObjectKe
         EXPECT_EQ(result.path + ": " + result.expected + " / " + result.found, c.failure);
         EXPECT_EQ(loaded.code.text, "kept");
     }
+}
+
+std::vector<std::byte> RandomBytes(std::size_t size) {
+    std::mt19937 random(36);
+    std::vector<std::byte> bytes(size);
+    for (std::byte& byte : bytes)
+        byte = std::byte(random());
+    return bytes;
+}
+
+// 0, 1, 2, ...
+std::vector<std::byte> Counting(std::size_t size) {
+    std::vector<std::byte> bytes(size);
+    for (std::size_t i = 0; i < size; ++i)
+        bytes[i] = std::byte(i);
+    return bytes;
+}
+
+struct Attachment {
+    std::vector<std::byte> small = Counting(3);
+    std::vector<std::byte> empty;
+    std::vector<std::byte> large;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(small), CLASSXML_NVP(empty), CLASSXML_NVP(large));
+    }
+};
+
+TEST(Base64, DecodesWhatItEncodesAndRefusesWhatIsNotBase64) {
+    for (const std::size_t size : {0, 1, 2, 3, 4, 5, 300}) {
+        const auto bytes = RandomBytes(size);
+        std::string text;
+        classxml::value_text::AppendBase64(bytes, text);
+        std::vector<std::byte> back;
+        classxml::value_text::Base64Decoder decoder(back);
+        for (const char c : text) // a character at a time, as pieces may fall
+            decoder.Take(std::string_view(&c, 1));
+        EXPECT_TRUE(decoder.Finish()) << text;
+        EXPECT_EQ(back, bytes) << text;
+    }
+    const struct {
+        std::string_view text;
+        bool valid;
+        std::size_t bytes;
+    } cases[] = {
+        {"AAEC", true, 3},          {"AAE=", true, 2},          {"AA==", true, 1},
+        {" A A\r\nE C\t", true, 3}, {"AAE", false, 0},          {"A===", false, 0},
+        {"AA=A", false, 0},         {"AAEC=", false, 3},        {"AA==AAEC", false, 1},
+        {"AA.C", false, 0},         {"AAEC\xC3\xA9", false, 3},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::byte> bytes;
+        classxml::value_text::Base64Decoder decoder(bytes);
+        decoder.Take(c.text);
+        EXPECT_EQ(decoder.Finish(), c.valid) << c.text;
+        EXPECT_EQ(bytes.size(), c.bytes) << c.text;
+    }
+}
+
+// A binary member is base64 in its transport form; a file that pre-read extraction rewrote
+// loads the same bytes from its side file.
+TEST_P(ArchiveGraphTest, BinaryMembersComeBackInlineAndFromTheirSideFiles) {
+    Attachment saved;
+    saved.large = RandomBytes(3 << 20);
+    const classxml::testing::TempDir directory;
+    const std::string file = (directory / "attachment.xml").string();
+    ASSERT_TRUE(classxml::SaveToFile(file, saved, engine));
+    std::string xml, otherXml;
+    ASSERT_TRUE(classxml::SaveToString(xml, saved, engine));
+    ASSERT_TRUE(classxml::SaveToString(otherXml, saved, other));
+    EXPECT_TRUE(xml == otherXml);
+    EXPECT_NE(xml.find("<FileTransport varname=\"small\"><fileContent keytype=\"base64\" "
+                       "varsize=\"3\">AAEC</fileContent></FileTransport><FileTransport "
+                       "varname=\"empty\"><fileContent keytype=\"base64\" varsize=\"0\"/>"),
+              std::string::npos)
+        << xml.substr(0, 400);
+    EXPECT_EQ(classxml::testing::ReadFile(file), xml);
+
+    ASSERT_TRUE(CXMLClassReaderWriter::PreprocessReading(classxml::testing::WidePath(file), nullptr,
+                                                         nullptr));
+    const std::string rewritten = classxml::testing::ReadFile(file);
+    EXPECT_LT(rewritten.size(), 1000u);
+    for (const classxml::Engine reader : {engine, other}) {
+        Attachment loaded;
+        const classxml::Result result = classxml::LoadFromFile(file, loaded, reader);
+        ASSERT_TRUE(result) << result.Message();
+        EXPECT_TRUE(loaded.small == saved.small && loaded.empty.empty());
+        EXPECT_TRUE(loaded.large == saved.large);
+    }
+    Attachment fromString;
+    fromString.small.clear();
+    const classxml::Result result = classxml::LoadFromString(xml, fromString, engine);
+    ASSERT_TRUE(result) << result.Message();
+    EXPECT_TRUE(fromString.small == saved.small && fromString.large == saved.large);
+}
+
+TEST_P(ArchiveGraphTest, BinaryTextThatIsNotItsBytesOrNamesAnotherFileIsRefused) {
+    const classxml::testing::TempDir directory;
+    const std::string side = "0123abcd-0000-4000-8000-00000000abcd.base64";
+    classxml::testing::WriteFile(directory / side, "AAEC");
+    classxml::testing::WriteFile(directory / "other.txt", "AAEC");
+    const std::string start = "<Attachment><FileTransport varname=\"small\"><fileContent "
+                              "keytype=\"base64\" varsize=\"3\">";
+    const std::string end = "</fileContent></FileTransport><FileTransport varname=\"empty\">"
+                            "<fileContent keytype=\"base64\"/></FileTransport><FileTransport "
+                            "varname=\"large\"><fileContent keytype=\"base64\"/></FileTransport>"
+                            "</Attachment>";
+    const struct {
+        std::string text, failure; // an empty failure: it loads
+    } cases[] = {
+        {"AAEC", ""},
+        {"AA EC", ""},
+        {"AAE", "base64 text / other text"},
+        {"AAEC&amp;", "base64 text / other text"},
+        {"AAECAA==", "3 bytes / 4"},
+        {(directory / side).string(), ""},
+        {"elsewhere/" + side, ""}, // looked up beside the document whatever folder it names
+        {(directory / "other.txt").string(), "base64 text / other text"},
+        {"../" + side.substr(1),
+         "base64 text, or the side file pre-read extraction wrote / \"../" + side.substr(1) + "\""},
+        {"1123abcd-0000-4000-8000-00000000abcd.base64",
+         "the side file 1123abcd-0000-4000-8000-00000000abcd.base64 beside the document / none"},
+    };
+    for (const auto& c : cases) {
+        const auto file = directory / "edited.xml";
+        classxml::testing::WriteFile(file, start + c.text + end);
+        Attachment loaded;
+        loaded.small.clear();
+        const classxml::Result result = classxml::LoadFromFile(file.string(), loaded, engine);
+        if (c.failure.empty()) {
+            EXPECT_TRUE(result) << c.text << ": " << result.Message();
+            EXPECT_EQ(loaded.small.size(), 3u) << c.text;
+        } else {
+            EXPECT_FALSE(result) << c.text;
+            EXPECT_EQ(result.expected + " / " + result.found, c.failure) << c.text;
+            EXPECT_TRUE(loaded.small.empty());
+        }
+    }
+    Attachment loaded;
+    const classxml::Result result = classxml::LoadFromString(start + side + end, loaded, engine);
+    EXPECT_EQ(result.expected + " / " + result.found,
+              "a document loaded from a file, whose folder holds side file " + side +
+                  " / a document loaded from a string");
 }
 
 } // namespace

@@ -1,7 +1,14 @@
 #include "classxml/archive/engines/ArchiveReader.h"
 
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
 #include "classxml/platform/FileIO.h"
+#include "classxml/platform/Utf.h"
 #include "classxml/stream/TextCollectors.h"
+#include "classxml/valuetext/Base64.h"
+#include "classxml/valuetext/ValueText.h"
 
 namespace classxml::archive_detail {
 
@@ -54,6 +61,126 @@ bool ArchiveReader::ClassVersion(const std::optional<std::string>& text,
     return Fail("version " + std::to_string(programVersion) + " or older of class " +
                     std::string(className),
                 "version " + *text + " in the file");
+}
+
+namespace {
+
+// A fileContent element's text: base64, decoded as it comes, or (once pre-read extraction has
+// moved the base64 out) the path of its side file, which is short and ends in ".base64", a
+// character base64 never holds. The first characters are held until it is known which.
+class TransportText final : public TextPieces {
+public:
+    explicit TransportText(std::vector<std::byte>& bytes) : m_decoder(bytes) {}
+
+    void Take(CBasicStringView<WideChar> piece) override {
+        std::string narrow;
+        platform::AppendUtf16ToUtf8(piece, narrow);
+        TakeUtf8(narrow);
+    }
+    void TakeUtf8(std::string_view piece) override {
+        if (m_decoding) return (void)m_decoder.Take(piece);
+        m_head.append(piece);
+        if (m_head.size() > kLongestPath) Decode();
+    }
+    // The side file's path, or nothing once the base64 text is decoded.
+    std::optional<std::string> SideFile() {
+        if (!m_decoding && m_head.ends_with(".base64")) return m_head;
+        Decode();
+        return std::nullopt;
+    }
+    bool Valid() const { return m_decoder.Finish(); }
+
+private:
+    static constexpr std::size_t kLongestPath = 4096;
+    void Decode() {
+        if (m_decoding) return;
+        m_decoding = true;
+        m_decoder.Take(m_head);
+        m_head = {};
+    }
+
+    value_text::Base64Decoder m_decoder;
+    std::string m_head;
+    bool m_decoding = false;
+};
+
+std::filesystem::path PathOf(std::string_view utf8) {
+    return std::u8string(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size());
+}
+
+// The side file's name, when it is one extraction writes: a UUID and ".base64".
+bool IsSideFileName(std::string_view name) {
+    constexpr std::string_view kPattern = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx.base64";
+    if (name.size() != kPattern.size() || !name.ends_with(".base64")) return false;
+    for (std::size_t i = 0; i + 7 < kPattern.size(); ++i) {
+        const char c = name[i];
+        const bool hex = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+        if (kPattern[i] == '-' ? c != '-' : !hex) return false;
+    }
+    return true;
+}
+
+} // namespace
+
+void ArchiveReader::Loading(std::string_view path, std::uint64_t size) {
+    const std::size_t slash = path.find_last_of("/\\");
+    m_folder = slash == std::string_view::npos ? std::string(path.empty() ? "" : ".")
+                                               : std::string(path.substr(0, slash));
+    if (!path.empty() && m_folder.empty()) m_folder = "/";
+    m_inputSize = size;
+}
+
+std::uint64_t ArchiveReader::FileSize(std::string_view path) {
+    std::error_code error;
+    const auto size = std::filesystem::file_size(PathOf(path), error);
+    return error ? 0 : size;
+}
+
+bool ArchiveReader::ReadBytes(const std::optional<std::string>& sizeText,
+                              std::vector<std::byte>& bytes) {
+    std::optional<std::uint64_t> size;
+    if (sizeText) {
+        size = value_text::ParseUnsignedExact(*sizeText, UINT64_MAX);
+        if (!size) return Fail("a varsize of 0 or more", '"' + *sizeText + '"');
+    }
+    // Reserved once, no more than the document (or side file) could hold, so that a large
+    // binary never takes twice its size while the vector grows.
+    const auto reserve = [&](std::uint64_t available) {
+        if (size) bytes.reserve(std::size_t(std::min(*size, available / 4 * 3 + 3)));
+    };
+    bytes.clear();
+    reserve(m_inputSize);
+    TransportText text(bytes);
+    if (!TextOf("base64", text)) return false;
+    if (const auto side = text.SideFile()) {
+        bytes.clear();
+        const std::size_t slash = side->find_last_of("/\\");
+        const std::string name = side->substr(slash == std::string::npos ? 0 : slash + 1);
+        if (!IsSideFileName(name))
+            return Fail("base64 text, or the side file pre-read extraction wrote",
+                        '"' + *side + '"');
+        if (m_folder.empty())
+            return Fail("a document loaded from a file, whose folder holds side file " + name,
+                        "a document loaded from a string");
+        const std::filesystem::path file = PathOf(m_folder) / PathOf(name);
+        std::error_code error;
+        const std::uint64_t fileSize = std::filesystem::file_size(file, error);
+        std::ifstream in(file, std::ios::binary);
+        if (error || !in) return Fail("the side file " + name + " beside the document", "none");
+        reserve(fileSize);
+        value_text::Base64Decoder decoder(bytes);
+        std::string piece(std::size_t(1) << 20, '\0');
+        while (in) {
+            in.read(piece.data(), std::streamsize(piece.size()));
+            if (!decoder.Take(std::string_view(piece.data(), std::size_t(in.gcount())))) break;
+        }
+        if (!decoder.Finish()) return Fail("base64 text in side file " + name, "other text");
+    } else if (!text.Valid()) {
+        return Fail("base64 text", "other text");
+    }
+    if (size && bytes.size() != *size)
+        return Fail(std::to_string(*size) + " bytes", std::to_string(bytes.size()));
+    return true;
 }
 
 bool ArchiveReader::Unopened(std::string_view path, int error) {

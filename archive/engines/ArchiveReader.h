@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "classxml/BasicString.h"
 #include "classxml/DatabaseTypes.h"
@@ -42,6 +44,11 @@ public:
     // malformed or newer.
     bool ClassVersion(const std::optional<std::string>& text, std::uint32_t programVersion,
                       std::string_view className, std::uint32_t& version);
+    // A binary member's bytes (Bytes.h) from the fileContent element the reader stands on: its
+    // base64 text, or the side file named in its place, looked up in the loaded document's
+    // folder. `sizeText` is the element's varsize. False, and recorded, when the text is not
+    // base64, the side file cannot be read, or the bytes are not as many as it says.
+    bool ReadBytes(const std::optional<std::string>& sizeText, std::vector<std::byte>& bytes);
     // Records that the file at `path` could not be opened, for the system's reason `error`.
     bool Unopened(std::string_view path, int error);
     bool Failed() const { return !m_result; }
@@ -56,6 +63,12 @@ protected:
     MemberPath m_path;
     Result m_result;
     bool m_newerVersions = false; // LoadOptions::newerVersions
+    // The loaded document: its folder (UTF-8, empty for a string), where side files are read,
+    // and its size in bytes (0 when unknown), which bounds what a binary member reserves.
+    void Loading(std::string_view path, std::uint64_t size);
+    static std::uint64_t FileSize(std::string_view path);
+    std::string m_folder;
+    std::uint64_t m_inputSize = 0;
 
 private:
     template <class Value>

@@ -27,6 +27,7 @@ bool DomReader::LoadFile(std::string_view path, std::string_view rootName,
     const Wide file = platform::Utf8ToUtf16(path);
     document_input::SetLastOpenError(0);
     m_newerVersions = options.newerVersions;
+    Loading(path, FileSize(path));
     const read_settings::Scope settings(DtdDirectoryFor(path, options), !options.standardError);
     const bool parsed = m_root.ReadFromFile(file);
     if (!parsed && document_input::LastOpenError() != 0)
@@ -39,6 +40,7 @@ bool DomReader::LoadString(std::string_view utf8, std::string_view rootName,
     m_rootName = rootName;
     m_path.Enter(m_rootName);
     m_newerVersions = options.newerVersions;
+    Loading({}, utf8.size());
     const read_settings::Scope settings(DtdDirectoryFor({}, options), !options.standardError);
     return Parsed(m_root.ReadFromString(CBasicStringView<char>(utf8.data(), utf8.size())),
                   rootName);

@@ -5,9 +5,11 @@
 #include "classxml/archive/detail/Indented.h"
 #include "classxml/archive/detail/SaveFailure.h"
 #include "classxml/archive/detail/StartOnFirstUse.h"
+#include "classxml/archive/detail/Transport.h"
 #include "classxml/archive/detail/WideText.h"
 #include "classxml/platform/FileReplace.h"
 #include "classxml/platform/Utf.h"
+#include "classxml/valuetext/Base64.h"
 
 namespace classxml::archive_detail {
 
@@ -50,6 +52,24 @@ void DomWriter::BeginClass(std::string_view elementName, std::string_view variab
         made.AddAttributeValue(WideText(attribute.first).view(), WideText(attribute.second).view());
     Open(made, variableName.empty() ? elementName : variableName, index);
     if (!attributed) Refuse({}, "a name and text XML can carry", "one it cannot");
+}
+
+void DomWriter::WriteBytes(std::string_view name, std::size_t index,
+                           std::span<const std::byte> bytes) {
+    BeginClass(kTransport, name, index);
+    if (m_result) {
+        std::string base64;
+        value_text::AppendBase64(bytes, base64);
+        const WideText content(kContent), text(base64), size(std::to_string(bytes.size())),
+            type(kBase64), sizeName(kSize);
+        if (!Made(kContent, [&] {
+                 return m_open.back().AddElementAttributesContent(
+                     content.view(),
+                     {{WIDE("keytype"), type.view()}, {sizeName.view(), size.view()}}, text.view());
+             }).IsDefined())
+            Refuse(kContent, "base64 text the document takes", "a refusal");
+    }
+    End();
 }
 
 void DomWriter::BeginSequence(std::string_view name, std::string_view kind,

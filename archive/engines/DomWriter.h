@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -36,6 +37,8 @@ public:
     void BeginMap(std::string_view name, std::string_view keyType, std::string_view valueType,
                   std::size_t index = 0);
     void End();
+    // A binary member in its transport form (Bytes.h).
+    void WriteBytes(std::string_view name, std::size_t index, std::span<const std::byte> bytes);
 
     // Saves the document to its destination.
     Result Finish();

@@ -29,6 +29,7 @@ StreamEngineReader::~StreamEngineReader() = default;
 bool StreamEngineReader::LoadFile(std::string_view path, std::string_view rootName,
                                   const LoadOptions& options) {
     m_newerVersions = options.newerVersions;
+    Loading(path, FileSize(path));
     const read_settings::Scope settings(DtdDirectoryFor(path, options), !options.standardError);
     const bool opened = m_reader->OpenFile(platform::Utf8ToUtf16(path));
     if (m_reader->OpenError() != 0) {
@@ -42,6 +43,7 @@ bool StreamEngineReader::LoadFile(std::string_view path, std::string_view rootNa
 bool StreamEngineReader::LoadString(std::string_view utf8, std::string_view rootName,
                                     const LoadOptions& options) {
     m_newerVersions = options.newerVersions;
+    Loading({}, utf8.size());
     const read_settings::Scope settings(DtdDirectoryFor({}, options), !options.standardError);
     return Started(m_reader->OpenString(utf8), rootName);
 }

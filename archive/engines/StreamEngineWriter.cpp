@@ -2,9 +2,11 @@
 
 #include "classxml/archive/detail/SaveFailure.h"
 #include "classxml/archive/detail/StartOnFirstUse.h"
+#include "classxml/archive/detail/Transport.h"
 #include "classxml/archive/detail/WideText.h"
 #include "classxml/platform/Utf.h"
 #include "classxml/stream/StreamWriter.h"
+#include "classxml/valuetext/Base64.h"
 #include "classxml/xmlio/XmlText.h"
 
 namespace classxml::archive_detail {
@@ -90,6 +92,30 @@ void StreamEngineWriter::BeginMap(std::string_view name, std::string_view keyTyp
 void StreamEngineWriter::End() {
     if (m_result) m_out->End();
     m_path.Leave();
+}
+
+void StreamEngineWriter::WriteBytes(std::string_view name, std::size_t index,
+                                    std::span<const std::byte> bytes) {
+    BeginClass(kTransport, name, index);
+    if (m_result) {
+        const WideText content(kContent), type(kBase64), sizeName(kSize),
+            size(std::to_string(bytes.size()));
+        bool written = m_out->BeginElement(
+            content.view(), {{WIDE("keytype"), type.view()}, {sizeName.view(), size.view()}});
+        constexpr std::size_t kPiece = 3 << 16; // bytes a piece: whole groups of three
+        std::string base64;
+        CBasicString<WideChar> text;
+        for (std::size_t at = 0; written && at < bytes.size(); at += kPiece) {
+            base64.clear();
+            value_text::AppendBase64(bytes.subspan(at, std::min(kPiece, bytes.size() - at)),
+                                     base64);
+            text.assign(base64.begin(), base64.end());
+            written = m_out->WriteCharacters(text);
+        }
+        if (!(written && m_out->End()))
+            Refuse(kContent, "base64 text the document takes", "a refusal");
+    }
+    End();
 }
 
 template <class Value>

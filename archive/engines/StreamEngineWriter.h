@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -39,6 +40,8 @@ public:
     void BeginMap(std::string_view name, std::string_view keyType, std::string_view valueType,
                   std::size_t index = 0);
     void End();
+    // A binary member in its transport form (Bytes.h), its base64 written a piece at a time.
+    void WriteBytes(std::string_view name, std::size_t index, std::span<const std::byte> bytes);
 
     // Completes the document at its destination.
     Result Finish();
