@@ -10,6 +10,7 @@
 
 #include "FuzzSupport.h"
 #include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
+#include "classxml/platform/Utf.h"
 #include "classxml/stream/StreamReader.h"
 #include "classxml/xmlio/XercesIO.h"
 #include "support/TreeText.h"
@@ -47,7 +48,7 @@ std::string Structured(const std::uint8_t* data, std::size_t size) {
 }
 
 void CheckUtf8(const std::string& xml) {
-    const CBasicStringView<char8_t> utf8(reinterpret_cast<const char8_t*>(xml.data()), xml.size());
+    const CBasicStringView<char8_t> utf8 = classxml::platform::AsUtf8(xml);
     CheckAgreement([&](CXercesIO& dom) { return dom.ParseUTF8String(utf8); },
                    [&](StreamReader& reader) { reader.OpenString(utf8); });
 }

@@ -69,8 +69,7 @@ protected:
     }
 
     void ExpectSameFromString(const std::string& xml) {
-        const CBasicStringView<char8_t> utf8(reinterpret_cast<const char8_t*>(xml.data()),
-                                             xml.size());
+        const CBasicStringView<char8_t> utf8 = classxml::platform::AsUtf8(xml);
         ExpectSame(
             xml, [&](CXercesIO& dom) { return dom.ParseUTF8String(utf8); },
             [&](StreamReader& reader) { reader.OpenString(utf8); });

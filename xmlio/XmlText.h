@@ -52,8 +52,7 @@ inline bool IsXmlTextUtf8(std::string_view text) {
             continue;
         }
         char32_t point = 0;
-        at += platform::DecodeUtf8(
-            {reinterpret_cast<const char8_t*>(text.data()) + at, text.size() - at}, point);
+        at += platform::DecodeUtf8(platform::AsUtf8(text.substr(at)), point);
         if (point == 0xFFFE || point == 0xFFFF) return false;
     }
     return true;

@@ -13,8 +13,7 @@ WideText::WideText(std::string_view utf8) {
         m_text[i] = static_cast<WideChar>(utf8[i]);
     if (i == utf8.size()) return;
     m_text.resize(i);
-    const CBasicStringView<char8_t> rest(reinterpret_cast<const char8_t*>(utf8.data()) + i,
-                                         utf8.size() - i);
+    const CBasicStringView<char8_t> rest = platform::AsUtf8(utf8.substr(i));
     platform::AppendUtf8ToUtf16(rest, m_text);
     // A replacement character that was not in the input marks an ill-formed sequence.
     const CBasicString<char8_t> back = platform::Utf16ToUtf8(view().substr(i));

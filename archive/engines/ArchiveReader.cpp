@@ -104,9 +104,7 @@ private:
     bool m_decoding = false;
 };
 
-std::filesystem::path PathOf(std::string_view utf8) {
-    return std::u8string(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size());
-}
+std::filesystem::path PathOf(std::string_view utf8) { return platform::AsUtf8(utf8); }
 
 // The side file's name, when it is one extraction writes: a UUID and ".base64".
 bool IsSideFileName(std::string_view name) {
