@@ -1,6 +1,7 @@
 // Object graphs beyond plain members, on both engines: types built from what they read, types
 // that are really one value, binary members (inline and moved out by pre-read extraction), and
 // the same bytes from both engines for each.
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -105,6 +106,18 @@ struct Ledger {
     }
 };
 
+// A root the archive cannot load aside and move over: it is loaded in place.
+struct Pinned {
+    Pinned() = default;
+    Pinned& operator=(Pinned&&) = delete;
+    std::vector<int> values{1, 2};
+    std::array<int, 2> pair{3, 4};
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(values), CLASSXML_NVP(pair));
+    }
+};
+
 class ArchiveGraphTest : public classxml::testing::ArchiveEngineTest {};
 
 CLASSXML_ON_BOTH_ENGINES(ArchiveGraphTest);
@@ -161,6 +174,22 @@ TEST(ArchiveGraphDtd, DeclaresOneValueTypesAsValuesAndBuiltTypesByWhatTheyRead) 
     Ledger loaded;
     const classxml::Result result = classxml::LoadFromFile(file, loaded); // validated
     EXPECT_TRUE(result) << result.Message();
+}
+
+// A container replaces its member only once all of it has loaded, also in a root loaded in place.
+TEST_P(ArchiveGraphTest, AContainerThatFailsHalfwayKeepsWhatItHeldInARootLoadedInPlace) {
+    const std::string items = "<values keytype=\"vector\" varkeytype=\"int\"><item "
+                              "keytype=\"int\">7</item><item keytype=\"int\">x</item></values>";
+    const std::string pair = "<pair keytype=\"vector\" varkeytype=\"int\"><item "
+                             "keytype=\"int\">7</item><item keytype=\"int\">8</item><item "
+                             "keytype=\"int\">9</item></pair>";
+    Pinned pinned;
+    EXPECT_FALSE(classxml::LoadFromString("<Pinned>" + items + "</Pinned>", pinned, engine));
+    EXPECT_EQ(pinned.values, (std::vector<int>{1, 2}));
+    EXPECT_FALSE(classxml::LoadFromString(
+        "<Pinned><values keytype=\"vector\" varkeytype=\"int\"/>" + pair + "</Pinned>", pinned,
+        engine));
+    EXPECT_EQ(pinned.pair, (std::array<int, 2>{3, 4}));
 }
 
 TEST_P(ArchiveGraphTest, WhatCannotBeBuiltOrIsNotItsValueIsRefusedAndTheObjectKept) {

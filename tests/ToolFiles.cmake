@@ -18,6 +18,7 @@ string(REPEAT "<count>1</count>" 75 counts) # an error far along one line
 file(WRITE ${WORK}/long-line.xml "<!DOCTYPE r SYSTEM \"r.dtd\"><r>${counts}<other/></r>")
 file(WRITE ${WORK}/unnamed.xml "<r><count>1</count></r>")
 file(WRITE ${WORK}/other.dtd "<!ELEMENT r (other)>\n<!ELEMENT other EMPTY>\n")
+file(WRITE ${WORK}/attributes.xml "<r a=\"x&quot;y&#9;z&#10;w&lt;\"><q/></r>")
 file(WRITE ${WORK}/unformatted.xml "<!DOCTYPE r SYSTEM \"r.dtd\"> <r>\n\t<count keytype=\"int\"> 4 2 </count><count></count>  </r>")
 file(WRITE ${WORK}/mixed.xml "<m> <b/>text<c> <d/> </c><p xml:space=\"preserve\"> <a/> </p></m>")
 file(WRITE ${WORK}/eleven.xml "<?xml version=\"1.1\"?><r>&#x1;</r>")
