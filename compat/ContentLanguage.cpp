@@ -92,6 +92,16 @@ bool ContentLanguage::Accepts(const States& states) const {
     return std::binary_search(states.begin(), states.end(), m_accept);
 }
 
+std::vector<int> ContentLanguage::Next(const States& states) const {
+    std::vector<int> names;
+    for (const int state : states)
+        for (const Move& move : m_moves[std::size_t(state)])
+            if (move.name >= 0) names.push_back(move.name);
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+}
+
 // Breadth first over pairs of state sets, so that the first difference found is a shortest one.
 std::optional<std::vector<int>>
 ContentLanguage::ShortestDifference(const ContentLanguage& accepted, const ContentLanguage* refused,
@@ -107,7 +117,7 @@ ContentLanguage::ShortestDifference(const ContentLanguage& accepted, const Conte
     const auto differs = [&](const Visit& visit) {
         return accepted.Accepts(visit.left) && !(refused && refused->Accepts(visit.right));
     };
-    visits.push_back({accepted.Closure({0}), refused ? refused->Closure({0}) : States{}, 0, -1});
+    visits.push_back({accepted.Start(), refused ? refused->Start() : States{}, 0, -1});
     seen.emplace(std::pair(visits[0].left, visits[0].right), 0);
     for (std::size_t at = 0; at < visits.size(); ++at) {
         if (differs(visits[at])) {
@@ -117,13 +127,8 @@ ContentLanguage::ShortestDifference(const ContentLanguage& accepted, const Conte
             std::reverse(path.begin(), path.end());
             return path;
         }
-        std::vector<int> next;
-        for (const int state : visits[at].left)
-            for (const Move& move : accepted.m_moves[std::size_t(state)])
-                if (move.name >= 0 && usable(move.name)) next.push_back(move.name);
-        std::sort(next.begin(), next.end());
-        next.erase(std::unique(next.begin(), next.end()), next.end());
-        for (const int name : next) {
+        for (const int name : accepted.Next(visits[at].left)) {
+            if (!usable(name)) continue;
             Visit visit{accepted.Step(visits[at].left, name),
                         refused ? refused->Step(visits[at].right, name) : States{}, at, name};
             if (!seen.emplace(std::pair(visit.left, visit.right), visits.size()).second) continue;

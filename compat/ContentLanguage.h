@@ -40,18 +40,24 @@ public:
     ShortestDifference(const ContentLanguage& accepted, const ContentLanguage* refused,
                        const std::function<bool(int)>& usable);
 
+    // A walk along a sequence of names: where it stands is a set of states, empty once the
+    // sequence has left the language.
+    using States = std::vector<int>; // sorted, closed under empty moves
+    States Start() const { return Closure({0}); }
+    States Step(const States& from, int name) const;
+    bool Accepts(const States& states) const;
+    // The names that may come next.
+    std::vector<int> Next(const States& states) const;
+
 private:
     struct Move {
         int name; // -1 for an empty move
         int to;
     };
-    using States = std::vector<int>; // sorted, closed under empty moves
 
     int NewState();
     std::pair<int, int> Build(const dtd_declarations::Particle& particle, Names& names);
     States Closure(States states) const;
-    States Step(const States& from, int name) const;
-    bool Accepts(const States& states) const;
 
     std::vector<std::vector<Move>> m_moves;
     int m_accept = 0;

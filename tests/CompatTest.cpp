@@ -10,6 +10,7 @@
 
 #include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 #include "classxml/compat/Compatibility.h"
+#include "classxml/compat/Expectation.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -164,6 +165,34 @@ TEST_F(CompatTest, ParameterEntitiesAreExpandedFromBesideTheDtd) {
     const auto newer = Read("new.dtd", "<!ELEMENT a EMPTY><!ELEMENT b EMPTY><!ELEMENT e (a,b?)>");
     EXPECT_TRUE(classxml::compat::Compare(older, newer).empty());
     EXPECT_EQ(classxml::compat::Compare(newer, older).size(), 1u);
+}
+
+// The line a content model error gets: where the children first leave the model the parser
+// quotes, what could have stood there and what did.
+TEST(Expectation, SaysWhatTheModelExpectedWhereTheChildrenLeftIt) {
+    const struct {
+        std::string model;
+        classxml::compat::ChildRuns children;
+        std::string line; // empty: the children follow the model
+    } cases[] = {
+        {"(count,offset,name?)", {{"offset", 1}}, "Expected count, found offset"},
+        {"(count,offset,name?)", {{"count", 1}}, "Expected offset, found the end of e"},
+        {"(count,offset,name?)", {{"count", 1}, {"offset", 1}, {"x", 1}},
+         "Expected name or the end of e, found x"},
+        {"(count,offset,name?)", {{"count", 1}, {"offset", 1}}, ""},
+        {"(a|b|c)+", {}, "Expected a, b or c, found the end of e"},
+        {"(record*,end)", {{"record", 100000}, {"end", 1}}, ""},
+        {"(record*,end)", {{"record", 100000}, {"other", 1}}, "Expected record or end, found other"},
+        {"(#PCDATA|a)*", {{"a", 2}, {"b", 1}}, "Expected a or the end of e, found b"},
+        {"((a,b)|(a,c))", {{"a", 1}, {"d", 1}}, "Expected b or c, found d"},
+    };
+    for (const auto& c : cases) {
+        const auto model = classxml::compat::ParseModel(c.model);
+        ASSERT_TRUE(model) << c.model;
+        EXPECT_EQ(classxml::compat::Expectation("e", *model, c.children), c.line) << c.model;
+    }
+    for (const char* broken : {"", "(", "(a,b", "(a,b|c)", "a)", "(a))", "(,a)"})
+        EXPECT_FALSE(classxml::compat::ParseModel(broken)) << broken;
 }
 
 } // namespace
