@@ -122,6 +122,24 @@ int Write(const Project& project, Handle& root, const Text& notesFile) {
     return values + 2;
 }
 
+namespace {
+
+// The attachment's base64 text, from the document or, after PreprocessReading, from the side
+// file whose path the element holds instead.
+std::string ReadAttachment(Handle& root) {
+    const Text content = root.GetFirstSubElement(WIDE("FileTransport"))
+                             .GetFirstSubElement(WIDE("fileContent"))
+                             .GetContent();
+    const std::filesystem::path side = PathOf(content);
+    if (side.extension() == ".base64" && std::filesystem::exists(side)) {
+        std::ifstream in(side, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    }
+    return std::string(content.begin(), content.end());
+}
+
+} // namespace
+
 Project Read(Handle& root) {
     Project project;
     Settings& s = project.settings;
@@ -198,17 +216,7 @@ Project Read(Handle& root) {
     Handle notes = root.GetFirstSubElement(WIDE("notes"));
     project.notes = ReadText(&Handle::GetAlpTStringProperty, notes, WIDE("notes"), WIDE("file"));
 
-    // After PreprocessReading the element holds the side file's path instead of the base64.
-    const Text content = root.GetFirstSubElement(WIDE("FileTransport"))
-                             .GetFirstSubElement(WIDE("fileContent"))
-                             .GetContent();
-    const std::filesystem::path side = PathOf(content);
-    if (side.extension() == ".base64" && std::filesystem::exists(side)) {
-        std::ifstream in(side, std::ios::binary);
-        project.attachment.assign(std::istreambuf_iterator<char>(in), {});
-    } else {
-        project.attachment.assign(content.begin(), content.end());
-    }
+    project.attachment = ReadAttachment(root);
     return project;
 }
 
