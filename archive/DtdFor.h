@@ -1,5 +1,6 @@
 #pragma once
 
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -7,6 +8,20 @@
 #include "classxml/archive/detail/Dtd.h"
 
 namespace classxml {
+
+/// @cond INTERNAL
+namespace archive_detail {
+
+// Declares the root class `T` and all it may hold; its element name.
+template <class T>
+std::string DescribeRoot(DtdDeclarations& declarations) {
+    RequireRootClass<T>();
+    DtdArchive dtd(declarations);
+    return Archived<T>::Describe(dtd, {});
+}
+
+} // namespace archive_detail
+/// @endcond
 
 /// @ingroup archive
 /// The text of a DTD (UTF-8) that documents whose root is `T`'s class element are valid
@@ -20,19 +35,31 @@ namespace classxml {
 ///
 ///     classxml::SaveDtd<Station>("station.dtd");
 ///     classxml::SaveToFile("station.xml", station, classxml::DocumentType{{}, "station.dtd"});
+///
+/// Two classes of one name in two namespaces make elements no DTD can tell apart: DtdFor then
+/// throws std::invalid_argument naming both (CLASSXML_REGISTER_TYPE_AS gives one another name).
 template <class T>
 std::string DtdFor() {
-    archive_detail::RequireRootClass<T>();
     archive_detail::DtdDeclarations declarations;
-    archive_detail::DtdArchive dtd(declarations);
-    return declarations.Text(archive_detail::Archived<T>::Describe(dtd, {}));
+    const std::string root = archive_detail::DescribeRoot<T>(declarations);
+    if (!declarations.Conflict().empty())
+        throw std::invalid_argument(
+            archive_detail::Conflicting(declarations.Conflict(), declarations.ConflictingTypes())
+                .Message());
+    return declarations.Text(root);
 }
 
 /// @ingroup archive
-/// Writes DtdFor<T>() to the file at `path`, replaced in one step as every save is.
+/// Writes DtdFor<T>() to the file at `path`, replaced in one step as every save is; a model
+/// DtdFor refuses is a failed Result that names both classes, and no file is written.
 template <class T>
 Result SaveDtd(std::string_view path) {
-    return archive_detail::SaveText(path, DtdFor<T>());
+    archive_detail::DtdDeclarations declarations;
+    const std::string root = archive_detail::DescribeRoot<T>(declarations);
+    if (!declarations.Conflict().empty())
+        return archive_detail::Conflicting(declarations.Conflict(),
+                                           declarations.ConflictingTypes());
+    return archive_detail::SaveText(path, declarations.Text(root));
 }
 
 /// @cond INTERNAL

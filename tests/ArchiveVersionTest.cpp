@@ -1,5 +1,6 @@
 // Files that outlive the release that wrote them: class versions, optional and renamed members,
 // and a DTD that accepts the files of every version the program reads.
+#include <filesystem>
 #include <fstream>
 #include <memory>
 
@@ -82,22 +83,50 @@ struct Mark : first::Mark {};
 CLASSXML_REGISTER_TYPE(first::Mark)
 CLASSXML_REGISTER_TYPE(second::Mark)
 
+// Two classes of one name as members: no document or DTD can tell them apart.
+namespace shop {
+struct Item {
+    int price = 1;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(price));
+    }
+};
+} // namespace shop
+namespace stock {
+struct Item {
+    int count = 2;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(count));
+    }
+};
+} // namespace stock
+
 // Two more of one name, each registered under a name of its own.
+struct Figure {
+    virtual ~Figure() = default;
+    int x = 0;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(x));
+    }
+};
 namespace geo {
-struct Mark : first::Mark {
+struct Mark : Figure {
     double radius = 0;
     template <class Archive>
     void serialize(Archive& ar) {
-        ar(classxml::BaseClass<first::Mark>(this), CLASSXML_NVP(radius));
+        ar(classxml::BaseClass<Figure>(this), CLASSXML_NVP(radius));
     }
 };
 } // namespace geo
 namespace plot {
-struct Mark : first::Mark {
+struct Mark : Figure {
     std::string label;
     template <class Archive>
     void serialize(Archive& ar) {
-        ar(classxml::BaseClass<first::Mark>(this), CLASSXML_NVP(label));
+        ar(classxml::BaseClass<Figure>(this), CLASSXML_NVP(label));
     }
 };
 } // namespace plot
@@ -123,8 +152,24 @@ struct HasPair {
     }
 };
 
+struct Inventory {
+    shop::Item sold;
+    stock::Item held;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(sold), CLASSXML_NVP(held));
+    }
+};
+struct Shop {
+    shop::Item sold;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(sold));
+    }
+};
+
 struct Marks {
-    std::vector<std::unique_ptr<first::Mark>> marks;
+    std::vector<std::unique_ptr<Figure>> marks;
     template <class Archive>
     void serialize(Archive& ar) {
         ar(CLASSXML_NVP(marks));
@@ -236,6 +281,24 @@ TEST_P(ArchiveVersionTest, TwoTypesRegisteredUnderOneNameFailEverySaveAndLoadNam
         loaded, engine);
     EXPECT_FALSE(read);
     EXPECT_EQ(read.path + ": " + read.found, "Marked/mark/Mark[1]: first::Mark and second::Mark");
+}
+
+TEST_P(ArchiveVersionTest, TwoClassesOfOneNameInOneModelFailItsSavesAndItsDtdNamingBoth) {
+    std::string xml = "kept";
+    const classxml::Result saved = classxml::SaveToString(xml, Inventory{}, engine);
+    EXPECT_FALSE(saved);
+    EXPECT_EQ(
+        saved.path + ": " + saved.expected + " / " + saved.found,
+        "Inventory/held: one class named \"Item\" in a document / shop::Item and stock::Item");
+    EXPECT_EQ(xml, "kept");
+    EXPECT_TRUE(classxml::SaveToString(xml, Shop{}, engine)); // one of them alone
+    EXPECT_THROW(classxml::DtdFor<Inventory>(), std::invalid_argument);
+    const classxml::testing::TempDir directory;
+    const classxml::Result dtd = classxml::SaveDtd<Inventory>((directory / "i.dtd").string());
+    EXPECT_EQ(dtd.expected + " / " + dtd.found,
+              "one class named \"Item\" in a model / shop::Item and stock::Item");
+    EXPECT_FALSE(std::filesystem::exists(directory / "i.dtd"));
+    EXPECT_NO_THROW(classxml::DtdFor<Shop>());
 }
 
 TEST_P(ArchiveVersionTest, TypesRegisteredUnderNamesOfTheirOwnRoundTripAndAreDeclared) {

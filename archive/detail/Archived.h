@@ -6,12 +6,14 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <typeinfo>
 
 #include "classxml/archive/ClassVersion.h"
 #include "classxml/archive/Construct.h"
 #include "classxml/archive/Engine.h"
 #include "classxml/archive/Members.h"
 #include "classxml/archive/TypeText.h"
+#include "classxml/archive/detail/ClassNames.h"
 
 // How a type is archived: the shape of its element, its type text, and how it is saved and
 // loaded. The primary template takes classes (a serialize function, or save and load); each
@@ -207,10 +209,17 @@ struct Archived {
     static constexpr Shape shape = Shape::Class;
     static constexpr bool kClass = true; // a class of the application's
     static std::string_view TypeText() { return TypeTextOf<T>(); }
+    // Taken as the program starts, so that two types of one name are known before any save.
+    static inline const ClassName& kName = TakeClassName(TypeTextOf<T>(), typeid(T));
 
     template <class Out>
     static void Save(Out& ar, std::string_view name, std::size_t index, const T& value) {
         const std::string_view variable = index ? std::string_view() : name;
+        if (kName.shared.load(std::memory_order_relaxed))
+            if (const std::type_info* other = ar.Shared().OtherType(TypeText(), typeid(T)))
+                return ar.Writer().Refuse(
+                    name, "one class named \"" + std::string(TypeText()) + "\" in a document",
+                    BothTypes(*other, typeid(T)));
         if constexpr (ClassVersion<T>::value == 0) {
             ar.Writer().BeginClass(TypeText(), variable, index);
         } else {
@@ -229,7 +238,7 @@ struct Archived {
     template <class Dtd>
     static std::string Describe(Dtd& dtd, std::string_view) {
         const std::string element(TypeText());
-        if (!dtd.Declarations().Described(element)) {
+        if (!dtd.Declarations().Described(element, typeid(T))) {
             if constexpr (ClassVersion<T>::value == 0)
                 dtd.Declarations().Declare(element, dtd.template MembersOf<T>(), {"varname"});
             else

@@ -1,5 +1,7 @@
 #include "classxml/archive/detail/Dtd.h"
 
+#include "classxml/archive/detail/ClassNames.h"
+
 #include <algorithm>
 
 #include "classxml/archive/detail/SaveFailure.h"
@@ -62,6 +64,15 @@ void DtdDeclarations::Declare(std::string_view element, std::string model,
 
 bool DtdDeclarations::Described(std::string_view element) {
     return !m_described.emplace(element).second;
+}
+
+bool DtdDeclarations::Described(std::string_view element, const std::type_info& type) {
+    const auto [at, first] = m_classes.try_emplace(std::string(element), &type);
+    if (!first && *at->second != type && m_conflict.empty()) {
+        m_conflict = std::string(element);
+        m_conflictingTypes = BothTypes(*at->second, type);
+    }
+    return Described(element);
 }
 
 std::string DtdDeclarations::Text(std::string_view root) const {
@@ -133,6 +144,14 @@ std::string ChoiceModel(std::vector<std::string> elements, bool none) {
     for (const std::string& element : elements)
         model += (model.size() > 1 ? " | " : "") + element;
     return model + (none ? ")?" : ")");
+}
+
+Result Conflicting(std::string_view element, std::string types) {
+    Result result;
+    result.ok = false;
+    result.expected = "one class named \"" + std::string(element) + "\" in a model";
+    result.found = std::move(types);
+    return result;
 }
 
 Result SaveText(std::string_view path, std::string_view text) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <typeinfo>
 #include <vector>
 
 #include "classxml/archive/Result.h"
@@ -27,6 +28,12 @@ public:
     // False the first time a class element is asked about, true after: so that a type is
     // described once, and a type that holds itself is no endless walk.
     bool Described(std::string_view element);
+    // The same for a class's element, which one C++ type takes: a second type of that name is
+    // noted as a conflict, which makes the DTD fail.
+    bool Described(std::string_view element, const std::type_info& type);
+    // The first class element two types took ("a::Item and b::Item"), or empty.
+    const std::string& Conflict() const { return m_conflict; }
+    const std::string& ConflictingTypes() const { return m_conflictingTypes; }
     // The DTD's text, the root element first and the others by name.
     std::string Text(std::string_view root) const;
 
@@ -37,6 +44,8 @@ private:
     };
     std::map<std::string, Element, std::less<>> m_elements;
     std::set<std::string, std::less<>> m_described;
+    std::map<std::string, const std::type_info*, std::less<>> m_classes;
+    std::string m_conflict, m_conflictingTypes;
 };
 
 // A member of a class as its content model lists it.
@@ -56,6 +65,8 @@ CLASSXML_API void MergeOlderVersion(std::vector<Particle>& merged,
 // Any one of the elements, once ("?" when `none` may stand for nothing at all).
 CLASSXML_API std::string ChoiceModel(std::vector<std::string> elements, bool none);
 
+// The failure of a DTD whose model holds two classes named `element`: `types`.
+CLASSXML_API Result Conflicting(std::string_view element, std::string types);
 // Writes `text` to the file at `path` in one step, as every save; the Result of it.
 CLASSXML_API Result SaveText(std::string_view path, std::string_view text);
 

@@ -4,6 +4,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <typeinfo>
 #include <unordered_map>
@@ -28,6 +29,13 @@ void RenewInPlace(void* object) {
 // of the whole object, and by the number the save gave it.
 struct SavedObjects {
     std::unordered_map<const void*, std::uint64_t> ids;
+    // The class element names that two types of the program take, each with the one type this
+    // document has written it for: the other type when `type` is not that one.
+    std::unordered_map<std::string_view, const std::type_info*> classes;
+    const std::type_info* OtherType(std::string_view element, const std::type_info& type) {
+        const auto [at, first] = classes.try_emplace(element, &type);
+        return first || *at->second == type ? nullptr : at->second;
+    }
 };
 struct LoadedObjects {
     struct Object {
