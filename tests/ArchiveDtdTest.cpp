@@ -14,6 +14,7 @@
 #include "support/ArchiveEngines.h"
 #include "support/Document.h"
 #include "support/TempDir.h"
+#include "support/Validators.h"
 
 namespace {
 
@@ -152,24 +153,15 @@ protected:
                 EXPECT_FALSE(result.diagnostics.empty()) << result.Message();
             }
         }
-        Handle handle(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true);
-        testing::internal::CaptureStderr();
-        verdicts += handle.ReadFromFile(classxml::testing::WidePath(file)) ? "R" : "-";
-        testing::internal::GetCapturedStderr();
-        handle.ReleaseDocument();
+        verdicts += classxml::testing::ReadVerdict(file);
 #if defined(__linux__)
         verdicts +=
             std::system(
                 (CLASSXML_TOOL " validate " + file.string() + " > /dev/null 2>&1").c_str()) == 0
                 ? "V"
                 : "-";
-        if (std::system("xmllint --version > /dev/null 2>&1") == 0)
-            verdicts +=
-                std::system(
-                    ("xmllint --noout --valid " + file.string() + " > /dev/null 2>&1").c_str()) == 0
-                    ? "X"
-                    : "-";
 #endif
+        verdicts += classxml::testing::XmllintVerdict(file);
         return verdicts;
     }
 

@@ -12,6 +12,7 @@
 #include "classxml/compat/Compatibility.h"
 #include "classxml/compat/Expectation.h"
 #include "support/TempDir.h"
+#include "support/Validators.h"
 
 namespace {
 
@@ -39,27 +40,14 @@ protected:
         return declarations;
     }
 
-    // "LX" when the library's validator and xmllint take `element` as a document of `dtd`, a
+    // "RX" when the library's validator and xmllint take `element` as a document of `dtd`, a
     // dash for each that refuses it; xmllint only where it is installed.
     std::string Verdicts(const std::string& root, const std::string& element,
                          const std::string& dtd) {
         const auto file = dir / "example.xml";
         WriteFile(file, "<?xml version=\"1.0\"?>\n<!DOCTYPE " + root + " SYSTEM \"" + dtd +
                             "\">\n" + element + "\n");
-        Handle handle(boost::shared_ptr<CLoggingFile>(), Handle::XMLIOTYPE_XERCES, true);
-        ::testing::internal::CaptureStderr();
-        std::string verdicts = handle.ReadFromFile(classxml::testing::WidePath(file)) ? "L" : "-";
-        ::testing::internal::GetCapturedStderr();
-        handle.ReleaseDocument();
-#if defined(__linux__)
-        if (std::system("xmllint --version > /dev/null 2>&1") == 0)
-            verdicts +=
-                std::system(
-                    ("xmllint --noout --valid " + file.string() + " > /dev/null 2>&1").c_str()) == 0
-                    ? "X"
-                    : "-";
-#endif
-        return verdicts;
+        return classxml::testing::ReadVerdict(file) + classxml::testing::XmllintVerdict(file);
     }
 
     classxml::testing::TempDir dir;
@@ -177,12 +165,15 @@ TEST(Expectation, SaysWhatTheModelExpectedWhereTheChildrenLeftIt) {
     } cases[] = {
         {"(count,offset,name?)", {{"offset", 1}}, "Expected count, found offset"},
         {"(count,offset,name?)", {{"count", 1}}, "Expected offset, found the end of e"},
-        {"(count,offset,name?)", {{"count", 1}, {"offset", 1}, {"x", 1}},
+        {"(count,offset,name?)",
+         {{"count", 1}, {"offset", 1}, {"x", 1}},
          "Expected name or the end of e, found x"},
         {"(count,offset,name?)", {{"count", 1}, {"offset", 1}}, ""},
         {"(a|b|c)+", {}, "Expected a, b or c, found the end of e"},
         {"(record*,end)", {{"record", 100000}, {"end", 1}}, ""},
-        {"(record*,end)", {{"record", 100000}, {"other", 1}}, "Expected record or end, found other"},
+        {"(record*,end)",
+         {{"record", 100000}, {"other", 1}},
+         "Expected record or end, found other"},
         {"(#PCDATA|a)*", {{"a", 2}, {"b", 1}}, "Expected a or the end of e, found b"},
         {"((a,b)|(a,c))", {{"a", 1}, {"d", 1}}, "Expected b or c, found d"},
     };
