@@ -1,8 +1,9 @@
 // Arbitrary documents loaded by the archive into a model with pointers (shared, unique, weak and
-// polymorphic), a variant, a tuple, containers and a versioned class with optional and renamed
-// members, on both engines: nothing crashes or leaks,
+// polymorphic), a variant, a tuple, containers, a binary member and a versioned class with
+// optional and renamed members, on both engines: nothing crashes or leaks,
 // both engines come to the same verdict and the same object, and a failed load leaves the
 // object as it was.
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -61,11 +62,12 @@ struct Model {
     std::vector<std::optional<std::uint32_t>> items;
     std::map<std::string, std::vector<double>> series;
     std::optional<std::string> note;
+    std::vector<std::byte> blob;
     template <class Archive>
     void serialize(Archive& ar) {
         ar(CLASSXML_NVP(first), CLASSXML_NVP(second), CLASSXML_NVP(watched),
            CLASSXML_NVP(versioned), CLASSXML_NVP(owned), CLASSXML_NVP(choice), CLASSXML_NVP(pair),
-           CLASSXML_NVP(items), CLASSXML_NVP(series), CLASSXML_NVP(note));
+           CLASSXML_NVP(items), CLASSXML_NVP(series), CLASSXML_NVP(note), CLASSXML_NVP(blob));
     }
 };
 
@@ -83,6 +85,8 @@ Model Sample() {
     model.items = {1u, std::nullopt};
     model.series["a"] = {1, 2};
     model.note = "n";
+    for (int i = 0; i < 3; ++i)
+        model.blob.push_back(std::byte(i));
     return model;
 }
 

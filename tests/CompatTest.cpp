@@ -1,7 +1,6 @@
 // Whether a newer DTD accepts every document of an older one: verdicts on pairs of DTDs, and
 // each example the check prints is a document the older DTD takes and the newer refuses, for
 // the library's validator and for xmllint where it is installed.
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
