@@ -30,7 +30,7 @@ CLASSXML_API std::vector<Loss> Compare(const dtd_declarations::Declarations& old
                                        const dtd_declarations::Declarations& newer);
 
 /// @ingroup engine
-/// A content model as a DTD writes it: EMPTY, ANY, (#PCDATA | a)* or (a, (b | c)*).
+/// A content model as a DTD writes it: EMPTY, ANY, (\#PCDATA | a)* or (a, (b | c)*).
 CLASSXML_API std::string ModelText(const dtd_declarations::Element& element);
 
 } // namespace classxml::compat
