@@ -48,9 +48,12 @@ std::string Model(Choices& choices, int depth) {
         text = kNames[choices.Pick(4)];
     } else {
         const int items = 1 + choices.Pick(3);
-        for (int i = 0; i < items; ++i)
-            text += (i ? (kind == 1 ? "," : "|") : "") + Model(choices, depth + 1);
-        text = "(" + text + ")";
+        text = "(";
+        for (int i = 0; i < items; ++i) {
+            if (i > 0) text.push_back(kind == 1 ? ',' : '|');
+            text.append(Model(choices, depth + 1));
+        }
+        text.push_back(')');
     }
     return text + repeat[choices.Pick(4)];
 }
