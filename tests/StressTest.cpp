@@ -93,7 +93,10 @@ TEST_F(StressTest, ThreadsWorkTheirOwnDocumentsAndReleaseSharedOnesOnce) {
             for (int round = 0; round < kRounds; ++round) {
                 sync.ArriveAndWait();
                 if (!OneRound(t, round)) ++failures;
-                // All threads release the round's shared document; one of them succeeds.
+                // All threads release the round's shared document; one of them succeeds. No
+                // thread makes documents meanwhile, so that none gets the freed address and is
+                // released by a thread that still holds the old pointer.
+                sync.ArriveAndWait();
                 sharedReleases += io.ReleaseDocument(shared[std::size_t(round)]) ? 1 : 0;
             }
         });
