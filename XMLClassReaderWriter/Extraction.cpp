@@ -99,13 +99,8 @@ std::int64_t Extraction::SidePathEnd(std::int64_t from) {
     if (markup == CBasicString<WideChar>::npos || markup < kUuid + ending.size()) return -1;
     const View content = View(start).substr(0, markup);
     if (!content.ends_with(ending)) return -1;
-    const View uuid = content.substr(content.size() - ending.size() - kUuid, kUuid);
-    for (std::size_t i = 0; i < kUuid; ++i) {
-        const bool dash = i == 8 || i == 13 || i == 18 || i == 23;
-        const WideChar c = uuid[i];
-        const bool hex = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-        if (dash ? c != '-' : !hex) return -1;
-    }
+    if (!platform::IsUuidText(content.substr(content.size() - ending.size() - kUuid, kUuid)))
+        return -1;
     return from + std::int64_t(markup);
 }
 

@@ -6,6 +6,7 @@
 
 #include "classxml/platform/FileIO.h"
 #include "classxml/platform/Utf.h"
+#include "classxml/platform/Uuid.h"
 #include "classxml/stream/TextCollectors.h"
 #include "classxml/valuetext/Base64.h"
 #include "classxml/valuetext/ValueText.h"
@@ -108,14 +109,9 @@ std::filesystem::path PathOf(std::string_view utf8) { return platform::AsUtf8(ut
 
 // The side file's name, when it is one extraction writes: a UUID and ".base64".
 bool IsSideFileName(std::string_view name) {
-    constexpr std::string_view kPattern = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx.base64";
-    if (name.size() != kPattern.size() || !name.ends_with(".base64")) return false;
-    for (std::size_t i = 0; i + 7 < kPattern.size(); ++i) {
-        const char c = name[i];
-        const bool hex = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-        if (kPattern[i] == '-' ? c != '-' : !hex) return false;
-    }
-    return true;
+    constexpr std::string_view kEnding = ".base64";
+    return name.ends_with(kEnding) &&
+           platform::IsUuidText(name.substr(0, name.size() - kEnding.size()));
 }
 
 } // namespace
