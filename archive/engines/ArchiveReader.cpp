@@ -74,9 +74,9 @@ public:
     explicit TransportText(std::vector<std::byte>& bytes) : m_decoder(bytes) {}
 
     void Take(CBasicStringView<WideChar> piece) override {
-        std::string narrow;
-        platform::AppendUtf16ToUtf8(piece, narrow);
-        TakeUtf8(narrow);
+        m_narrow.clear(); // one buffer for every piece of a long text
+        platform::AppendUtf16ToUtf8(piece, m_narrow);
+        TakeUtf8(m_narrow);
     }
     void TakeUtf8(std::string_view piece) override {
         if (m_decoding) return (void)m_decoder.Take(piece);
@@ -101,7 +101,7 @@ private:
     }
 
     value_text::Base64Decoder m_decoder;
-    std::string m_head;
+    std::string m_head, m_narrow;
     bool m_decoding = false;
 };
 
