@@ -86,6 +86,7 @@ Result SaveOn(Destination destination, const T& object, const SaveOptions& optio
     Writer writer(destination, TypeTextOf<T>(), options);
     BasicOutputArchive<Writer> archive(writer);
     SaveMembers(archive, object);
+    archive.WriteDeferred();
     return writer.Finish();
 }
 
@@ -107,6 +108,7 @@ Result LoadOn(T& object, auto start) {
         if constexpr (std::is_default_constructible_v<T> && std::is_move_assignable_v<T>) {
             T loaded{};
             LoadMembers(archive, loaded);
+            LoadDeferred(archive);
             reader.Finish();
             if (!reader.Failed())
                 object = std::move(loaded);
@@ -114,6 +116,7 @@ Result LoadOn(T& object, auto start) {
                 archive.Shared().Abandon();
         } else {
             LoadMembers(archive, object);
+            LoadDeferred(archive);
             reader.Finish();
         }
     }

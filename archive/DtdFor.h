@@ -17,7 +17,9 @@ template <class T>
 std::string DescribeRoot(DtdDeclarations& declarations) {
     RequireRootClass<T>();
     DtdArchive dtd(declarations);
-    return Archived<T>::Describe(dtd, {});
+    std::string root = Archived<T>::Describe(dtd, {});
+    if (declarations.Declared(kDeferred)) declarations.RootEndsWith(std::string(kDeferred));
+    return root;
 }
 
 } // namespace archive_detail

@@ -112,6 +112,7 @@ private:
     bool WriteOn(On& on, const T& object) {
         if (!on.writer.Status()) return false;
         archive_detail::Archived<T>::Save(on.archive, {}, ++m_count, object);
+        on.archive.WriteDeferred();
         return bool(on.writer.Status());
     }
 
@@ -174,6 +175,7 @@ private:
         T loaded{};
         archive_detail::LoadMembers(on.archive, loaded);
         reader.Leave();
+        archive_detail::LoadDeferred(on.archive);
         if (reader.Failed()) return false;
         object = std::move(loaded);
         return true;

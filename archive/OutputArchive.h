@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <deque>
 #include <string_view>
 #include <utility>
 
@@ -47,6 +49,22 @@ public:
     }
     W& Writer() { return m_writer; }
     archive_detail::SavedObjects& Shared() { return m_shared; }
+
+    // A pointee written further on, as a child of the document's root where it does not nest:
+    // `write` writes `object` when its turn comes (Pointers.h).
+    void Defer(std::uint64_t id, const void* object,
+               void (*write)(BasicOutputArchive&, std::uint64_t id, const void* object)) {
+        m_deferred.push_back({id, object, write});
+    }
+    // Writes the deferred pointees, and those they defer in turn, one after another: so that
+    // no structure, however deep, takes stack or nesting in proportion to its depth.
+    void WriteDeferred() {
+        while (!m_deferred.empty()) {
+            const Deferred next = m_deferred.front();
+            m_deferred.pop_front();
+            next.write(*this, next.id, next.object);
+        }
+    }
     /// @endcond
 
 private:
@@ -63,8 +81,15 @@ private:
         archive_detail::SaveMembers(*this, *base.object);
     }
 
+    struct Deferred {
+        std::uint64_t id;
+        const void* object;
+        void (*write)(BasicOutputArchive&, std::uint64_t, const void*);
+    };
+
     W& m_writer;
     archive_detail::SavedObjects m_shared;
+    std::deque<Deferred> m_deferred;
 };
 
 } // namespace classxml

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <grp.h>
+#include <pthread.h>
 #include <sys/resource.h>
 #include <unistd.h>
 #endif
@@ -34,6 +35,24 @@ constexpr unsigned kClockTimes = 10;
 } // namespace
 
 #if defined(_WIN32)
+
+bool RunOnStack(std::size_t bytes, void (*run)(void*), void* context) {
+    struct Call {
+        void (*run)(void*);
+        void* context;
+    } call{run, context};
+    const auto start = [](void* argument) -> DWORD {
+        const Call& call = *static_cast<Call*>(argument);
+        call.run(call.context);
+        return 0;
+    };
+    HANDLE thread =
+        CreateThread(nullptr, bytes, start, &call, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+    if (!thread) return false;
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
+    return true;
+}
 
 bool LimitThisProcess(const ProcessLimits& limits) {
     if (limits.cpuSeconds != 0)
@@ -84,6 +103,27 @@ bool LimitThisProcess(const ProcessLimits& limits) {
         limit(RLIMIT_FSIZE, limits.fileBytes, limits.fileBytes);
     }
     return applied;
+}
+
+bool RunOnStack(std::size_t bytes, void (*run)(void*), void* context) {
+    struct Call {
+        void (*run)(void*);
+        void* context;
+    } call{run, context};
+    pthread_attr_t attributes;
+    if (pthread_attr_init(&attributes) != 0) return false;
+    pthread_t thread;
+    const bool started = pthread_attr_setstacksize(&attributes, bytes) == 0 &&
+                         pthread_create(
+                             &thread, &attributes,
+                             [](void* argument) -> void* {
+                                 const Call& call = *static_cast<Call*>(argument);
+                                 call.run(call.context);
+                                 return nullptr;
+                             },
+                             &call) == 0;
+    pthread_attr_destroy(&attributes);
+    return started && pthread_join(thread, nullptr) == 0;
 }
 
 bool RunAs(unsigned user, unsigned group, std::initializer_list<unsigned> groups) {

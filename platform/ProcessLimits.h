@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 
@@ -24,5 +25,10 @@ CLASSXML_API bool LimitThisProcess(const ProcessLimits& limits);
 // the user `user` in the group `group`, also a member of `groups`. False where the process may
 // not change users (it is not run by root) or the platform has no such ids.
 CLASSXML_API bool RunAs(unsigned user, unsigned group, std::initializer_list<unsigned> groups = {});
+
+// Runs `run(context)` on a thread of its own whose stack holds `bytes`, and waits for it: for
+// tests that prove a walk takes no stack in proportion to what it walks. False when no such
+// thread can be made.
+CLASSXML_API bool RunOnStack(std::size_t bytes, void (*run)(void*), void* context);
 
 } // namespace classxml::platform

@@ -116,8 +116,9 @@ TEST(ArchiveDtdTest, ADtdIsMadeFromTheTypesAlone) {
               "<!ATTLIST y keytype CDATA #IMPLIED>\n");
     const std::string catalog = classxml::DtdFor<Catalog>();
     for (const std::string_view declaration : {
-             "<!ELEMENT Catalog (name, places, grid, Point?, missing?, kind, variant, pointer, "
-             "pointer, pointer, pair, Valve)>",
+             "<!ELEMENT Catalog ((name, places, grid, Point?, missing?, kind, variant, pointer, "
+             "pointer, pointer, pair, Valve), deferred*)>",
+             "<!ELEMENT deferred (Part | Point | Valve)*>", // what any pointer holds, deferred
              "<!ELEMENT name (#PCDATA | item)*>",          // text in Valve, a vector here
              "<!ELEMENT pointer (Part | Point | Valve)*>", // a pointer to Part, one to Point
              "<!ELEMENT variant (Point | item)?>",

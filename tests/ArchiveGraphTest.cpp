@@ -1,6 +1,6 @@
-// Object graphs beyond plain members, on both engines: types built from what they read, types
-// that are really one value, binary members (inline and moved out by pre-read extraction), and
-// the same bytes from both engines for each.
+// Object graphs beyond plain members, on both engines: structures of any depth, types built
+// from what they read, types that are really one value, binary members (inline and moved out by
+// pre-read extraction), and the same bytes from both engines for each.
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -14,6 +14,7 @@
 
 #include "classxml/XMLClassReaderWriter/XMLClassReaderWriter.h"
 #include "classxml/archive/Archive.h"
+#include "classxml/platform/ProcessLimits.h"
 #include "classxml/valuetext/Base64.h"
 #include "support/ArchiveEngines.h"
 #include "support/TempDir.h"
@@ -118,9 +119,117 @@ struct Pinned {
     }
 };
 
+// A chain through unique_ptr, let go of a link at a time: the default destructor would take
+// stack in proportion to its length.
+struct Link {
+    int value = 0;
+    std::unique_ptr<Link> next;
+    ~Link() {
+        while (next)
+            next = std::move(next->next);
+    }
+    template <class A>
+    void serialize(A& ar) {
+        ar(CLASSXML_NVP(value), CLASSXML_NVP(next));
+    }
+};
+
+// A tree whose nodes know their parent, let go of a node at a time.
+struct Branch {
+    std::string name;
+    std::vector<std::unique_ptr<Branch>> children;
+    ~Branch() {
+        std::vector<std::unique_ptr<Branch>> pending = std::move(children);
+        while (!pending.empty()) {
+            const std::unique_ptr<Branch> branch = std::move(pending.back());
+            pending.pop_back();
+            for (auto& child : branch->children)
+                pending.push_back(std::move(child));
+            branch->children.clear();
+        }
+    }
+    template <class A>
+    void serialize(A& ar) {
+        ar(CLASSXML_NVP(name), CLASSXML_NVP(children));
+    }
+};
+
+struct Deep {
+    Link chain;
+    Branch tree;
+    template <class A>
+    void serialize(A& ar) {
+        ar(CLASSXML_NVP(chain), CLASSXML_NVP(tree));
+    }
+};
+
+// A chain of `links` links, and a tree `depth` levels deep whose every node but the deepest has
+// a leaf beside the next one down.
+void Grow(Deep& deep, int links, int depth) {
+    Link* link = &deep.chain;
+    for (int i = 1; i < links; ++i) {
+        link->next = std::make_unique<Link>();
+        link = link->next.get();
+        link->value = i;
+    }
+    Branch* branch = &deep.tree;
+    branch->name = "0";
+    for (int level = 1; level < depth; ++level) {
+        branch->children.push_back(std::make_unique<Branch>());
+        branch->children.back()->name = "leaf " + std::to_string(level);
+        branch->children.push_back(std::make_unique<Branch>());
+        branch = branch->children.back().get();
+        branch->name = std::to_string(level);
+    }
+}
+
+// Walks both, a link and a node at a time; the first difference, or empty.
+std::string Difference(const Deep& a, const Deep& b) {
+    const Link *x = &a.chain, *y = &b.chain;
+    for (; x && y; x = x->next.get(), y = y->next.get())
+        if (x->value != y->value) return "link " + std::to_string(x->value);
+    if (x || y) return "the chain's length";
+    std::vector<std::pair<const Branch*, const Branch*>> pending{{&a.tree, &b.tree}};
+    while (!pending.empty()) {
+        const auto [p, q] = pending.back();
+        pending.pop_back();
+        if (p->name != q->name || p->children.size() != q->children.size())
+            return "node " + p->name;
+        for (std::size_t i = 0; i < p->children.size(); ++i)
+            pending.emplace_back(p->children[i].get(), q->children[i].get());
+    }
+    return {};
+}
+
 class ArchiveGraphTest : public classxml::testing::ArchiveEngineTest {};
 
 CLASSXML_ON_BOTH_ENGINES(ArchiveGraphTest);
+
+// Deeper than the parser lets a document nest, and than a small stack would let a walk recurse.
+TEST_P(ArchiveGraphTest, StructuresOfAnyDepthComeBackOnASmallStack) {
+    struct Run {
+        classxml::Engine engine, other;
+        Deep saved, loaded;
+        std::string xml, otherXml;
+        classxml::Result savedResult, otherResult, loadedResult;
+    } run{engine, other, {}, {}, {}, {}, {}, {}, {}};
+    Grow(run.saved, 100'000, 10'000);
+    constexpr std::size_t kStack = std::size_t(2) << 20;
+    ASSERT_TRUE(classxml::platform::RunOnStack(
+        kStack,
+        [](void* context) {
+            Run& run = *static_cast<Run*>(context);
+            run.savedResult = classxml::SaveToString(run.xml, run.saved, run.engine);
+            run.otherResult = classxml::SaveToString(run.otherXml, run.saved, run.other);
+            run.loadedResult = classxml::LoadFromString(run.xml, run.loaded, run.engine);
+        },
+        &run));
+    ASSERT_TRUE(run.savedResult) << run.savedResult.Message();
+    ASSERT_TRUE(run.otherResult) << run.otherResult.Message();
+    EXPECT_TRUE(run.xml == run.otherXml);
+    ASSERT_TRUE(run.loadedResult) << run.loadedResult.Message();
+    EXPECT_EQ(Difference(run.saved, run.loaded), "");
+}
 
 TEST_P(ArchiveGraphTest, OneValueTypesAreStoredAsTheirValueAndBuiltTypesComeBack) {
     Ledger saved;

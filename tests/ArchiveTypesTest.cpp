@@ -474,7 +474,7 @@ TEST_P(ArchiveTypesTest, UnregisteredTypesAndWrongShapesAreErrorsThatNameThem) {
     EXPECT_EQ(edited("Circle>", "Hexagon>"), "Model/shape/Hexagon[1]: one of the types registered "
                                              "for Shape: Circle, Square / element Hexagon");
     EXPECT_EQ(edited("varref=\"1\"", "varref=\"2\""),
-              "Model/second: an object saved before with varid 2 / none");
+              "Model/second: an object with varid 2 / none");
 }
 
 } // namespace

@@ -79,7 +79,11 @@ std::string DtdDeclarations::Text(std::string_view root) const {
     std::string text = "<!-- Class XML whose root element is " + std::string(root) +
                        ", with every element it may hold. -->\n";
     const auto declare = [&](const std::string& name, const Element& element) {
-        text += "<!ELEMENT " + name + " " + UnionOf(element.models) + ">\n";
+        std::string model = UnionOf(element.models);
+        if (name == root && !m_rootTail.empty())
+            model =
+                model == "EMPTY" ? "(" + m_rootTail + ")*" : "(" + model + ", " + m_rootTail + "*)";
+        text += "<!ELEMENT " + name + " " + model + ">\n";
         if (element.attributes.empty()) return;
         text += "<!ATTLIST " + name;
         for (const std::string& attribute : element.attributes)

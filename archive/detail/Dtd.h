@@ -34,6 +34,9 @@ public:
     // The first class element two types took ("a::Item and b::Item"), or empty.
     const std::string& Conflict() const { return m_conflict; }
     const std::string& ConflictingTypes() const { return m_conflictingTypes; }
+    bool Declared(std::string_view element) const { return m_elements.count(element) > 0; }
+    // The root element may end with any number of `element` after what its model holds.
+    void RootEndsWith(std::string element) { m_rootTail = std::move(element); }
     // The DTD's text, the root element first and the others by name.
     std::string Text(std::string_view root) const;
 
@@ -46,6 +49,7 @@ private:
     std::set<std::string, std::less<>> m_described;
     std::map<std::string, const std::type_info*, std::less<>> m_classes;
     std::string m_conflict, m_conflictingTypes;
+    std::string m_rootTail;
 };
 
 // A member of a class as its content model lists it.

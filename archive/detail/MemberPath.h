@@ -31,6 +31,7 @@ public:
     }
     void Leave() { --m_depth; }
     bool Empty() const { return m_depth == 0; }
+    std::size_t Depth() const { return m_depth; }
     std::string Text(std::string_view leaf = {}) const;
 
 private:

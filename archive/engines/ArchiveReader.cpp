@@ -193,9 +193,15 @@ bool ArchiveReader::WrongContainer(std::string_view kind, std::string_view itemT
 }
 
 bool ArchiveReader::Fail(std::string expected, std::string found, std::string_view leaf) {
+    return FailAt(m_path.Text(leaf), std::move(expected), std::move(found));
+}
+
+std::string ArchiveReader::Where() const { return m_path.Text(); }
+
+bool ArchiveReader::FailAt(std::string path, std::string expected, std::string found) {
     if (Failed()) return false;
     m_result.ok = false;
-    m_result.path = m_path.Text(leaf);
+    m_result.path = std::move(path);
     m_result.expected = std::move(expected);
     m_result.found = std::move(found);
     return false;

@@ -34,6 +34,9 @@ public:
 
     // Records a failure at the top (or at its member `leaf`): false.
     bool Fail(std::string expected, std::string found, std::string_view leaf = {});
+    // The path of the element at the top; a failure recorded at a path taken so before.
+    std::string Where() const;
+    bool FailAt(std::string path, std::string expected, std::string found);
     // Records that the container at the top is not of `kind` with these item (and value) types,
     // as asked, but as found: false.
     bool WrongContainer(std::string_view kind, std::string_view itemType,

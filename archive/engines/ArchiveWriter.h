@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -44,6 +45,8 @@ public:
 
     // Ok until a write fails.
     const Result& Status() const { return m_result; }
+    // How many elements are open, the root's included.
+    std::size_t Depth() const { return m_path.Depth(); }
 
 protected:
     // A value of a number family (identifiers, times and version numbers included).

@@ -49,7 +49,7 @@ bool DomReader::LoadString(std::string_view utf8, std::string_view rootName,
 bool DomReader::Parsed(bool parsed, std::string_view rootName) {
     m_result.diagnostics = LastDiagnostics();
     if (!parsed) return Fail("a well-formed, valid document", "one that is not");
-    m_frames.push_back({m_root, 0});
+    m_frames.push_back({m_root, 0, std::nullopt});
     return IsClass(rootName);
 }
 
@@ -89,7 +89,7 @@ void DomReader::Push(Handle element, std::size_t index, std::string_view name) {
         m_path.Enter(element.GetElementName(), index);
     else
         m_path.Enter(name);
-    m_frames.push_back({std::move(element), index});
+    m_frames.push_back({std::move(element), index, std::nullopt});
 }
 
 bool DomReader::HasMember(std::string_view name) {
@@ -109,11 +109,23 @@ bool DomReader::EnterMember(std::string_view name) {
     return true;
 }
 
+// Members asked for in the order they stand are found next to the one found before: so that
+// the many deferred objects of a deep structure are found in time in proportion to their number.
 Handle DomReader::FindClassMember(std::string_view elementName, std::string_view variableName) {
     const WideText element(elementName), variable(variableName);
-    Handle member = m_frames.back().element.GetFirstSubElement(element.view());
+    Frame& frame = m_frames.back();
+    if (frame.lastFound) { // asked about before it is entered, or the one after it
+        if (frame.lastFound->IsVariableName(variable.view()) &&
+            frame.lastFound->GetElementName() == element.view())
+            return *frame.lastFound;
+        Handle next = frame.lastFound->GetNextElement(element.view());
+        if (next.IsDefined() && next.IsVariableName(variable.view()))
+            return *(frame.lastFound = next);
+    }
+    Handle member = frame.element.GetFirstSubElement(element.view());
     while (member.IsDefined() && !member.IsVariableName(variable.view()))
         member = member.GetNextElement(element.view());
+    if (member.IsDefined()) frame.lastFound = member;
     return member;
 }
 

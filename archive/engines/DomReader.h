@@ -65,7 +65,8 @@ public:
 private:
     struct Frame {
         CXMLClassReaderWriter element;
-        std::size_t index = 0; // an item's place in its container, from 1
+        std::size_t index = 0;                          // an item's place in its container, from 1
+        std::optional<CXMLClassReaderWriter> lastFound; // the class member found last
     };
     bool Parsed(bool parsed, std::string_view rootName);
     CXMLClassReaderWriter FindClassMember(std::string_view elementName,

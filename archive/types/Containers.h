@@ -1,18 +1,22 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <deque>
 #include <list>
 #include <map>
 #include <set>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "classxml/archive/detail/Archived.h"
+#include "classxml/archive/detail/SharedObjects.h"
 
 // Sequences and maps, as the handle writes containers: a container element (keytype "vector",
 // "list" or "set", varkeytype the items' type) holding one element per item, named "item" (a
@@ -57,6 +61,10 @@ concept SetLike = Sequence<T> && requires(T& set, typename T::value_type item) {
     set.insert(std::move(item)).second;
 };
 template <class T>
+struct IsVector : std::false_type {};
+template <class T, class A>
+struct IsVector<std::vector<T, A>> : std::true_type {};
+template <class T>
 struct FixedSize : std::false_type {};
 template <class T, std::size_t N>
 struct FixedSize<std::array<T, N>> : std::true_type {};
@@ -100,17 +108,20 @@ struct Archived<T> {
                 Item item{};
                 ar.Here(item);
                 if constexpr (SetLike<T>) {
-                    if (!items.insert(std::move(item)).second)
-                        return (void)reader.Fail("a key of its own", "a repeated one");
+                    const auto [at, inserted] = items.insert(std::move(item));
+                    if (!inserted) return (void)reader.Fail("a key of its own", "a repeated one");
+                    ar.Shared().Moved(&item, &*at, sizeof(Item));
                 } else {
-                    items.push_back(std::move(item));
+                    Append(ar.Shared(), items, item);
                 }
             }
         }
         if constexpr (FixedSize<T>::value)
             if (!reader.Failed() && count != items.size())
                 return (void)reader.Fail(Count(items), std::to_string(count));
-        if (!reader.Failed()) value = std::move(items);
+        if (reader.Failed()) return;
+        value = std::move(items);
+        ar.Shared().Moved(&items, &value, sizeof(T));
     }
 
     template <class Dtd>
@@ -122,6 +133,29 @@ struct Archived<T> {
 
 private:
     static std::string Count(const T& items) { return std::to_string(items.size()) + " items"; }
+
+    // Moves a loaded item to the end of the container. While pointers wait inside items (for
+    // objects written further on), a vector grows by moving its items itself, so that they are
+    // followed to their new places.
+    static void Append(LoadedObjects& loaded, T& items, Item& item) {
+        if constexpr (std::is_class_v<Item>) {
+            if (loaded.Following()) {
+                if constexpr (IsVector<T>::value)
+                    if (items.size() == items.capacity()) {
+                        T grown;
+                        grown.reserve(std::max<std::size_t>(8, 2 * items.size()));
+                        for (Item& moving : items) {
+                            grown.push_back(std::move(moving));
+                            loaded.Moved(&moving, &grown.back(), sizeof(Item));
+                        }
+                        items.swap(grown);
+                    }
+                items.push_back(std::move(item));
+                return loaded.Moved(&item, &items.back(), sizeof(Item));
+            }
+        }
+        items.push_back(std::move(item));
+    }
 };
 
 template <MapLike T>
@@ -153,10 +187,14 @@ struct Archived<T> {
             if (!reader.NextItem()) return (void)reader.Fail("a value after each key", "none");
             Mapped mapped{};
             ar.Here(mapped);
-            if (!entries.emplace(std::move(key), std::move(mapped)).second)
-                return (void)reader.Fail("a key of its own", "a repeated one");
+            const auto [at, inserted] = entries.emplace(std::move(key), std::move(mapped));
+            if (!inserted) return (void)reader.Fail("a key of its own", "a repeated one");
+            ar.Shared().Moved(&key, &at->first, sizeof(Key));
+            ar.Shared().Moved(&mapped, &at->second, sizeof(Mapped));
         }
-        if (!reader.Failed()) value = std::move(entries);
+        if (reader.Failed()) return;
+        value = std::move(entries);
+        ar.Shared().Moved(&entries, &value, sizeof(T));
     }
 
     template <class Dtd>

@@ -26,6 +26,12 @@ namespace classxml::archive_detail {
 
 inline constexpr std::string_view kId = "varid";
 inline constexpr std::string_view kReference = "varref";
+// The element a deferred pointee is written in, a child of the document's root named by the
+// pointee's number.
+inline constexpr std::string_view kDeferred = "deferred";
+// How many elements may be open around a pointer before its object is deferred: well inside
+// the parser's limit of 256, with room for the classes and containers between two pointers.
+inline constexpr std::size_t kDeepestPointer = 64;
 
 template <class Pointer, class T, bool kShared>
 struct ArchivedPointer {
@@ -40,21 +46,81 @@ struct ArchivedPointer {
             writer.BeginClass(TypeText(), variable, index);
             return writer.End();
         }
-        const void* whole = WholeObject(pointer.get());
-        std::string id;
+        SavedObjects& saved = ar.Shared();
+        std::uint64_t id = 0;
         if constexpr (kShared) {
-            const auto [entry, first] =
-                ar.Shared().ids.try_emplace(whole, ar.Shared().ids.size() + 1);
-            id = std::to_string(entry->second);
-            if (!first) {
-                writer.BeginClass(TypeText(), variable, index, {kReference, id});
-                return writer.End();
-            }
+            const auto [entry, first] = saved.ids.try_emplace(WholeObject(pointer.get()), 0);
+            if (!first) return Reference(writer, variable, index, entry->second);
+            id = entry->second = ++saved.lastId;
         }
+        if (writer.Depth() >= kDeepestPointer && saved.constructed == 0) {
+            if (!id) id = ++saved.lastId;
+            Reference(writer, variable, index, id);
+            return ar.Defer(id, pointer.get(),
+                            [](Out& out, std::uint64_t number, const void* object) {
+                                out.Writer().BeginClass(kDeferred, std::to_string(number));
+                                SaveObject(out, *static_cast<const T*>(object));
+                                out.Writer().End();
+                            });
+        }
+        const std::string text = id ? std::to_string(id) : std::string();
         writer.BeginClass(TypeText(), variable, index,
-                          kShared ? std::pair{kId, std::string_view(id)}
-                                  : std::pair<std::string_view, std::string_view>());
-        const T& object = *pointer;
+                          id ? std::pair{kId, std::string_view(text)}
+                             : std::pair<std::string_view, std::string_view>());
+        SaveObject(ar, *pointer);
+        writer.End();
+    }
+
+    template <class In>
+    static void Load(In& ar, Pointer& pointer) {
+        LoadInto(ar, pointer);
+    }
+    // Loads into `slot` the pointer or a weak_ptr, which holds what a shared_ptr would.
+    template <class In, class Slot>
+    static void LoadInto(In& ar, Slot& slot) {
+        auto& reader = ar.Reader();
+        if (!reader.IsClass(TypeText())) return;
+        if (const auto reference = reader.Attribute(kReference)) {
+            if constexpr (kShared)
+                if (ar.Shared().byId.count(*reference))
+                    return Resolve<In, Slot>(&ar, *reference, &slot, false);
+            return Await(ar, *reference, slot);
+        }
+        std::optional<std::string> id;
+        if constexpr (kShared) id = reader.Attribute(kId);
+        if (!reader.FirstItem()) return slot.reset();
+        Pointer pointer;
+        LoadObject(ar, id, pointer);
+        if (!reader.Failed()) slot = std::move(pointer);
+    }
+
+    // What the pointer may hold: an object of its own type, or of each registered type derived
+    // from it.
+    template <class Dtd>
+    static std::string Describe(Dtd& dtd, std::string_view) {
+        const std::string element(TypeText());
+        std::vector<std::string> held;
+        if constexpr (!std::is_abstract_v<T>) held.push_back(dtd.template Element<T>("item"));
+        for (const PolymorphicType* type : DerivedTypes())
+            held.push_back(type->describe(&dtd));
+        dtd.Declarations().Declare(element, ChoiceModel(held, true), {kId, kReference, "varname"});
+        dtd.Declarations().Declare(kDeferred, ChoiceModel(held, false), {"varname"});
+        return element;
+    }
+
+private:
+    // A pointer to the object numbered `id`, written in its own place or further on.
+    template <class Writer>
+    static void Reference(Writer& writer, std::string_view variable, std::size_t index,
+                          std::uint64_t id) {
+        writer.BeginClass(TypeText(), variable, index, {kReference, std::to_string(id)});
+        writer.End();
+    }
+
+    // The object a pointer holds, as the element of its class.
+    template <class Out>
+    static void SaveObject(Out& ar, const T& object) {
+        auto& writer = ar.Writer();
         if constexpr (std::is_polymorphic_v<T>) {
             if (typeid(object) != typeid(T)) {
                 const PolymorphicType* type = PolymorphicTypeOf(typeid(object));
@@ -62,28 +128,26 @@ struct ArchivedPointer {
                     writer.Refuse({}, "one type registered as \"" + type->typeText + '"',
                                   type->conflict);
                 else if (type)
-                    type->save[int(Out::kEngine)](&ar, whole);
+                    type->save[int(Out::kEngine)](&ar, WholeObject(&object));
                 else
                     writer.Refuse({}, "a type registered with CLASSXML_REGISTER_TYPE",
                                   ReadableTypeName(typeid(object)));
-                return writer.End();
+                return;
             }
         }
-        if constexpr (!std::is_abstract_v<T>) ar.Put("item", object, 1);
-        writer.End();
+        if constexpr (!std::is_abstract_v<T>) {
+            const bool constructed = LoadAndConstruct<T, DtdArchive>;
+            ar.Shared().constructed += constructed;
+            ar.Put("item", object, 1);
+            ar.Shared().constructed -= constructed;
+        }
     }
 
+    // The object of the element the reader stands on (a pointer's item): made, known by its
+    // id (a shared one), loaded, and given to the pointer.
     template <class In>
-    static void Load(In& ar, Pointer& pointer) {
+    static void LoadObject(In& ar, const std::optional<std::string>& id, Pointer& pointer) {
         auto& reader = ar.Reader();
-        if (!reader.IsClass(TypeText())) return;
-        std::optional<std::string> id;
-        if constexpr (kShared) {
-            if (const auto reference = reader.Attribute(kReference))
-                return Shared(ar, *reference, pointer);
-            id = reader.Attribute(kId);
-        }
-        if (!reader.FirstItem()) return pointer.reset();
         Made made = Make(ar);
         if (!made.object) return;
         if constexpr (kShared) {
@@ -110,20 +174,36 @@ struct ArchivedPointer {
         }
     }
 
-    // What the pointer may hold: an object of its own type, or of each registered type derived
-    // from it.
-    template <class Dtd>
-    static std::string Describe(Dtd& dtd, std::string_view) {
-        const std::string element(TypeText());
-        std::vector<std::string> held;
-        if constexpr (!std::is_abstract_v<T>) held.push_back(dtd.template Element<T>("item"));
-        for (const PolymorphicType* type : DerivedTypes())
-            held.push_back(type->describe(&dtd));
-        dtd.Declarations().Declare(element, ChoiceModel(held, true), {kId, kReference, "varname"});
-        return element;
+    // A pointer whose object is written further on: set once its deferred element is loaded.
+    template <class In, class Slot>
+    static void Await(In& ar, const std::string& id, Slot& slot) {
+        if (ar.Shared().constructing)
+            return (void)ar.Reader().Fail(
+                "objects that load_and_construct builds holding their pointees in place",
+                "one deferred under varref " + id);
+        if (!ar.Shared().Await(id, {&slot, &Resolve<In, Slot>, ar.Reader().Where()}, !kShared))
+            ar.Reader().Fail("a varref of its own", "a repeated one");
+    }
+    // Sets a pointer to the object numbered `id`: the object of the deferred element the reader
+    // stands on (`load`), or one loaded before.
+    template <class In, class Slot>
+    static void Resolve(void* archive, const std::string& id, void* slotAddress, bool load) {
+        In& ar = *static_cast<In*>(archive);
+        Pointer pointer;
+        if (!load) {
+            if constexpr (!kShared)
+                return (void)ar.Reader().Fail("an object of its own",
+                                              "a shared one under varref " + id);
+            else
+                Shared(ar, id, pointer);
+        } else if (!ar.Reader().FirstItem()) {
+            return (void)ar.Reader().Fail("an object", "none");
+        } else {
+            LoadObject(ar, kShared ? std::optional<std::string>(id) : std::nullopt, pointer);
+        }
+        if (!ar.Reader().Failed()) *static_cast<Slot*>(slotAddress) = std::move(pointer);
     }
 
-private:
     // The address of the whole object a pointer points into.
     static const void* WholeObject(const T* object) {
         if constexpr (std::is_polymorphic_v<T>)
@@ -192,7 +272,9 @@ private:
         if (!reader.IsClass(Archived<T>::TypeText()) || !FileVersion<T>(reader, version))
             return Made();
         Construct<T> construct;
+        ++ar.Shared().constructing;
         CallLoadAndConstruct(ar, construct);
+        --ar.Shared().constructing;
         std::unique_ptr<T> object = construct.Take();
         if (reader.Failed()) return Made();
         if (!object) {
@@ -241,7 +323,7 @@ private:
         auto& reader = ar.Reader();
         const auto found = ar.Shared().byId.find(id);
         if (found == ar.Shared().byId.end())
-            return (void)reader.Fail("an object saved before with varid " + id, "none");
+            return (void)reader.Fail("an object with varid " + id, "none");
         const LoadedObjects::Object& shared = found->second;
         T* object = shared.type ? BaseOf<T>(*shared.type, shared.object.get())
                     : *shared.pointerType == typeid(T) ? static_cast<T*>(shared.object.get())
@@ -252,6 +334,28 @@ private:
         if constexpr (kShared) pointer = std::shared_ptr<T>(shared.object, object);
     }
 };
+
+// Loads the deferred elements the pointers loaded so far await, and those they await in turn,
+// from the children of the document's root that follow the object being loaded.
+template <class In>
+void LoadDeferred(In& ar) {
+    auto& reader = ar.Reader();
+    LoadedObjects& loaded = ar.Shared();
+    std::string id;
+    std::vector<LoadedObjects::Slot> slots;
+    while (!reader.Failed() && loaded.NextAwaited(id, slots)) {
+        std::size_t first = 0;
+        if (!loaded.byId.count(id)) { // else a shared object written in its place after all
+            if (!reader.HasClassMember(kDeferred, id))
+                return (void)reader.FailAt(slots[0].path, "an object with varid " + id, "none");
+            reader.EnterClassMember(kDeferred, id);
+            slots[first++].resolve(&ar, id, slots[0].pointer, true);
+            reader.Leave();
+        }
+        for (std::size_t slot = first; slot < slots.size() && !reader.Failed(); ++slot)
+            slots[slot].resolve(&ar, id, slots[slot].pointer, false);
+    }
+}
 
 template <class T>
 struct Archived<std::unique_ptr<T>> : ArchivedPointer<std::unique_ptr<T>, T, false> {};
@@ -274,9 +378,7 @@ struct Archived<std::weak_ptr<T>> {
     }
     template <class In>
     static void Load(In& ar, std::weak_ptr<T>& pointer) {
-        std::shared_ptr<T> owner;
-        Owner::Load(ar, owner);
-        pointer = owner;
+        Owner::LoadInto(ar, pointer);
     }
     template <class Dtd>
     static std::string Describe(Dtd& dtd, std::string_view name) {
