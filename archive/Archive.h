@@ -44,6 +44,7 @@
 #include "classxml/archive/engines/DomWriter.h"
 #include "classxml/archive/engines/StreamEngineReader.h"
 #include "classxml/archive/engines/StreamEngineWriter.h"
+#include "classxml/archive/engines/SurveyWriter.h"
 #include "classxml/archive/types/Bitset.h"
 #include "classxml/archive/types/Bytes.h"
 #include "classxml/archive/types/Chrono.h"
@@ -51,6 +52,7 @@
 #include "classxml/archive/types/FilesystemPath.h"
 #include "classxml/archive/types/Minimal.h"
 #include "classxml/archive/types/Optional.h"
+#include "classxml/archive/types/PlainPointers.h"
 #include "classxml/archive/types/Pointers.h"
 #include "classxml/archive/types/TupleLike.h"
 #include "classxml/archive/types/Values.h"
@@ -85,8 +87,12 @@ template <class Writer, class T>
 Result SaveOn(Destination destination, const T& object, const SaveOptions& options) {
     Writer writer(destination, TypeTextOf<T>(), options);
     BasicOutputArchive<Writer> archive(writer);
+    archive.Shared().targets =
+        PointedToIn(TypeTextOf<T>(), [&](auto& survey) { SaveMembers(survey, object); });
+    archive.Shared().RootIs({&object, typeid(T)});
     SaveMembers(archive, object);
     archive.WriteDeferred();
+    RequirePointedToWritten(writer, archive.Shared());
     return writer.Finish();
 }
 
@@ -98,26 +104,43 @@ Result Save(Destination destination, const T& object, const SaveOptions& options
                : SaveOn<DomWriter>(destination, object, options);
 }
 
+// The root object is number 0 to the plain pointers that point to it.
+template <class T>
+void NoteRoot(LoadedObjects& loaded, T& root) {
+    if (!PlainPointersArchived().load(std::memory_order_relaxed)) return;
+    const PolymorphicType* registered = nullptr;
+    if constexpr (std::is_polymorphic_v<T>) registered = PolymorphicTypeOf(typeid(T));
+    loaded.NoteTarget(std::string(kRootId), {&root, &typeid(T), registered, TypeTextOf<T>()});
+}
+
 // Loads into a fresh object and moves it over `object` only when the whole document was read
-// and accepted: a failed load leaves the object as it was.
+// and accepted: a failed load leaves the object as it was. Plain pointers are set once their
+// objects stand where they stay.
 template <class Reader, class T>
 Result LoadOn(T& object, auto start) {
     Reader reader;
     if (start(reader, TypeTextOf<T>())) {
         BasicInputArchive<Reader> archive(reader);
+        LoadedObjects& loaded = archive.Shared();
         if constexpr (std::is_default_constructible_v<T> && std::is_move_assignable_v<T>) {
-            T loaded{};
-            LoadMembers(archive, loaded);
+            T fresh{};
+            NoteRoot(loaded, fresh);
+            LoadMembers(archive, fresh);
             LoadDeferred(archive);
             reader.Finish();
-            if (!reader.Failed())
-                object = std::move(loaded);
-            else
-                archive.Shared().Abandon();
+            if (!reader.Failed() && PointersMatch(reader, loaded)) {
+                object = std::move(fresh);
+                loaded.Moved(&fresh, &object, sizeof(T));
+                loaded.SetPointers();
+            } else {
+                loaded.Abandon();
+            }
         } else {
+            NoteRoot(loaded, object);
             LoadMembers(archive, object);
             LoadDeferred(archive);
             reader.Finish();
+            if (!reader.Failed() && PointersMatch(reader, loaded)) loaded.SetPointers();
         }
     }
     return reader.TakeResult();

@@ -111,8 +111,13 @@ private:
     template <class On, class T>
     bool WriteOn(On& on, const T& object) {
         if (!on.writer.Status()) return false;
-        archive_detail::Archived<T>::Save(on.archive, {}, ++m_count, object);
+        ++m_count;
+        on.archive.Shared().targets = archive_detail::PointedToIn({}, [&](auto& survey) {
+            archive_detail::Archived<T>::Save(survey, {}, m_count, object);
+        });
+        archive_detail::Archived<T>::Save(on.archive, {}, m_count, object);
         on.archive.WriteDeferred();
+        archive_detail::RequirePointedToWritten(on.writer, on.archive.Shared());
         return bool(on.writer.Status());
     }
 
@@ -172,12 +177,16 @@ private:
         if (reader.Failed() ||
             !reader.NextObject(archive_detail::Archived<T>::TypeText(), ++m_count))
             return false;
+        archive_detail::LoadedObjects& shared = on.archive.Shared();
         T loaded{};
+        archive_detail::NoteIfPointedTo(on.archive, loaded);
         archive_detail::LoadMembers(on.archive, loaded);
         reader.Leave();
         archive_detail::LoadDeferred(on.archive);
-        if (reader.Failed()) return false;
+        if (reader.Failed() || !archive_detail::PointersMatch(reader, shared)) return false;
         object = std::move(loaded);
+        shared.Moved(&loaded, &object, sizeof(T));
+        shared.SetPointers();
         return true;
     }
 

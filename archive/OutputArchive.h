@@ -20,6 +20,7 @@ class BasicOutputArchive {
 public:
     /// @cond INTERNAL
     static constexpr Engine kEngine = W::kEngine;
+    static constexpr std::size_t kWriter = W::kWriter;
     explicit BasicOutputArchive(W& writer) : m_writer(writer) {}
     /// @endcond
 

@@ -38,6 +38,7 @@ template <class T>
 bool Register() {
     using Dom = BasicOutputArchive<DomWriter>;
     using Stream = BasicOutputArchive<StreamEngineWriter>;
+    using Survey = BasicOutputArchive<SurveyWriter>;
     using DomIn = BasicInputArchive<DomReader>;
     using StreamIn = BasicInputArchive<StreamEngineReader>;
     static_assert(Archived<T>::shape == Shape::Class, "only classes are registered");
@@ -48,11 +49,14 @@ bool Register() {
     type.destroy = [](void* object) { delete static_cast<T*>(object); };
     type.renew = RenewInPlace<T>;
     type.throwPointer = [](void* object) { throw static_cast<T*>(object); };
-    type.save[int(Engine::Dom)] = [](void* archive, const void* object) {
+    type.save[DomWriter::kWriter] = [](void* archive, const void* object) {
         Archived<T>::Save(*static_cast<Dom*>(archive), {}, 1, *static_cast<const T*>(object));
     };
-    type.save[int(Engine::Stream)] = [](void* archive, const void* object) {
+    type.save[StreamEngineWriter::kWriter] = [](void* archive, const void* object) {
         Archived<T>::Save(*static_cast<Stream*>(archive), {}, 1, *static_cast<const T*>(object));
+    };
+    type.save[SurveyWriter::kWriter] = [](void* archive, const void* object) {
+        Archived<T>::Save(*static_cast<Survey*>(archive), {}, 1, *static_cast<const T*>(object));
     };
     type.load[int(Engine::Dom)] = [](void* archive, void* object) {
         Archived<T>::Load(*static_cast<DomIn*>(archive), *static_cast<T*>(object));

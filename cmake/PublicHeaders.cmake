@@ -18,10 +18,10 @@ set(CLASSXML_PUBLIC_HEADERS
     archive/OutputArchive.h archive/Registration.h archive/Result.h archive/SaveOptions.h
     archive/TypeText.h
     archive/types/Bitset.h archive/types/Bytes.h archive/types/Chrono.h archive/types/Containers.h
-    archive/types/FilesystemPath.h archive/types/Minimal.h archive/types/Optional.h archive/types/Pointers.h
+    archive/types/FilesystemPath.h archive/types/Minimal.h archive/types/Optional.h archive/types/PlainPointers.h archive/types/Pointers.h
     archive/types/TupleLike.h archive/types/Values.h archive/types/Variant.h
     archive/detail/Archived.h archive/detail/ClassNames.h archive/detail/Dtd.h archive/detail/Transport.h archive/detail/MemberPath.h
     archive/detail/Polymorphic.h archive/detail/SharedObjects.h
     archive/engines/ArchiveReader.h archive/engines/ArchiveWriter.h archive/engines/DomReader.h
     archive/engines/DomWriter.h archive/engines/StreamEngineReader.h
-    archive/engines/StreamEngineWriter.h)
+    archive/engines/StreamEngineWriter.h archive/engines/SurveyWriter.h)

@@ -131,7 +131,7 @@ public:
                      {{kKeyType, WIDE("map")}, {kVarKeyType, keyType}, {kVarType, valueType}});
     }
 
-    bool Element(View name, std::initializer_list<std::pair<View, View>> attributes) {
+    bool Element(View name, std::span<const std::pair<View, View>> attributes) {
         if (attributes.size() > kMostAttributes) return false;
         Attribute sorted[kMostAttributes]; // by name, as the DOM keeps them
         std::size_t count = 0;
@@ -390,8 +390,7 @@ bool StreamWriter::BeginMap(View name, View keyType, View valueType) {
     return m_impl->Guarded([&] { return m_impl->Map(name, keyType, valueType); });
 }
 
-bool StreamWriter::BeginElement(View name,
-                                std::initializer_list<std::pair<View, View>> attributes) {
+bool StreamWriter::BeginElement(View name, std::span<const std::pair<View, View>> attributes) {
     return m_impl->Guarded([&] { return m_impl->Element(name, attributes); });
 }
 

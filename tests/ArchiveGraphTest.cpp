@@ -138,6 +138,7 @@ struct Link {
 struct Branch {
     std::string name;
     std::vector<std::unique_ptr<Branch>> children;
+    Branch* parent = nullptr;
     ~Branch() {
         std::vector<std::unique_ptr<Branch>> pending = std::move(children);
         while (!pending.empty()) {
@@ -150,16 +151,22 @@ struct Branch {
     }
     template <class A>
     void serialize(A& ar) {
-        ar(CLASSXML_NVP(name), CLASSXML_NVP(children));
+        ar(CLASSXML_NVP(name), CLASSXML_NVP(children), CLASSXML_NVP(parent));
     }
 };
 
+// Plain pointers to objects before them and after them: the root itself, the chain's last link
+// and the tree's deepest node.
 struct Deep {
+    Deep* self = nullptr;
+    Link* last = nullptr;
+    Branch* deepest = nullptr;
     Link chain;
     Branch tree;
     template <class A>
     void serialize(A& ar) {
-        ar(CLASSXML_NVP(chain), CLASSXML_NVP(tree));
+        ar(CLASSXML_NVP(self), CLASSXML_NVP(last), CLASSXML_NVP(deepest), CLASSXML_NVP(chain),
+           CLASSXML_NVP(tree));
     }
 };
 
@@ -172,15 +179,19 @@ void Grow(Deep& deep, int links, int depth) {
         link = link->next.get();
         link->value = i;
     }
+    deep.last = link;
     Branch* branch = &deep.tree;
     branch->name = "0";
     for (int level = 1; level < depth; ++level) {
-        branch->children.push_back(std::make_unique<Branch>());
-        branch->children.back()->name = "leaf " + std::to_string(level);
-        branch->children.push_back(std::make_unique<Branch>());
+        for (const std::string& name : {"leaf " + std::to_string(level), std::to_string(level)}) {
+            branch->children.push_back(std::make_unique<Branch>());
+            branch->children.back()->name = name;
+            branch->children.back()->parent = branch;
+        }
         branch = branch->children.back().get();
-        branch->name = std::to_string(level);
     }
+    deep.deepest = branch;
+    deep.self = &deep;
 }
 
 // Walks both, a link and a node at a time; the first difference, or empty.
@@ -189,14 +200,19 @@ std::string Difference(const Deep& a, const Deep& b) {
     for (; x && y; x = x->next.get(), y = y->next.get())
         if (x->value != y->value) return "link " + std::to_string(x->value);
     if (x || y) return "the chain's length";
+    if (b.self != &b || (b.last && b.last->next) || b.last->value != a.last->value)
+        return "the pointers to the root and the last link";
     std::vector<std::pair<const Branch*, const Branch*>> pending{{&a.tree, &b.tree}};
     while (!pending.empty()) {
         const auto [p, q] = pending.back();
         pending.pop_back();
         if (p->name != q->name || p->children.size() != q->children.size())
             return "node " + p->name;
-        for (std::size_t i = 0; i < p->children.size(); ++i)
+        if (p == a.deepest && q != b.deepest) return "the pointer to the deepest node";
+        for (std::size_t i = 0; i < p->children.size(); ++i) {
+            if (q->children[i]->parent != q) return "the parent of " + q->children[i]->name;
             pending.emplace_back(p->children[i].get(), q->children[i].get());
+        }
     }
     return {};
 }
@@ -229,6 +245,40 @@ TEST_P(ArchiveGraphTest, StructuresOfAnyDepthComeBackOnASmallStack) {
     EXPECT_TRUE(run.xml == run.otherXml);
     ASSERT_TRUE(run.loadedResult) << run.loadedResult.Message();
     EXPECT_EQ(Difference(run.saved, run.loaded), "");
+}
+
+// A plain pointer points into what the document holds, or is null; any other fails the save.
+TEST_P(ArchiveGraphTest, APlainPointerOutsideTheDocumentFailsTheSaveNamingIt) {
+    Deep saved;
+    Grow(saved, 3, 3);
+    saved.deepest = nullptr;
+    std::string xml;
+    ASSERT_TRUE(classxml::SaveToString(xml, saved, engine));
+    Deep loaded;
+    ASSERT_TRUE(classxml::LoadFromString(xml, loaded, engine));
+    EXPECT_EQ(loaded.deepest, nullptr);
+    EXPECT_EQ(Difference(saved, loaded), "");
+    // Loaded, a number no object carries, or an object of another type, is refused.
+    const std::string last = "<pointer varname=\"last\" varref=\"";
+    const std::size_t number = xml.find(last) + last.size();
+    ASSERT_NE(xml.find(last), std::string::npos) << xml;
+    const std::string id = xml.substr(number, xml.find('"', number) - number);
+    const auto edited = [&](const std::string& from, const std::string& to) {
+        std::string text = xml;
+        text.replace(text.find(from), from.size(), to);
+        Deep kept;
+        return classxml::LoadFromString(text, kept, engine).Message();
+    };
+    EXPECT_EQ(edited(last + id, last + "99"),
+              "Deep/last: expected an object with varid 99, found none");
+    EXPECT_EQ(edited("varname=\"self\" varref=\"0\"", "varname=\"self\" varref=\"" + id + '"'),
+              "Deep/self: expected an object of type Deep under varref " + id +
+                  ", found one of type Link");
+    Link elsewhere;
+    saved.last = &elsewhere;
+    const classxml::Result failed = classxml::SaveToString(xml, saved, engine);
+    EXPECT_EQ(failed.Message(), "Deep/last: expected a pointer to an object the document holds, "
+                                "found one to an object it does not");
 }
 
 TEST_P(ArchiveGraphTest, OneValueTypesAreStoredAsTheirValueAndBuiltTypesComeBack) {

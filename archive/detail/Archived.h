@@ -7,6 +7,7 @@
 #include <string_view>
 #include <type_traits>
 #include <typeinfo>
+#include <utility>
 
 #include "classxml/archive/ClassVersion.h"
 #include "classxml/archive/Construct.h"
@@ -14,6 +15,7 @@
 #include "classxml/archive/Members.h"
 #include "classxml/archive/TypeText.h"
 #include "classxml/archive/detail/ClassNames.h"
+#include "classxml/archive/detail/SharedObjects.h"
 
 // How a type is archived: the shape of its element, its type text, and how it is saved and
 // loaded. The primary template takes classes (a serialize function, or save and load); each
@@ -204,6 +206,26 @@ bool FileVersion(Reader& reader, std::uint32_t& version) {
                                version);
 }
 
+// Plain pointers and the objects they point to stand outside the objects load_and_construct
+// builds, whose members move into them where no load can follow.
+inline constexpr const char* kOutsideConstructed =
+    "plain pointers and what they point to outside objects that load_and_construct builds";
+
+// A class element that plain pointers point to carries its number: the object loaded from it is
+// noted under that number, for the pointers to be set once the load is done.
+template <class In, class T>
+void NoteIfPointedTo(In& ar, T& value) {
+    auto& reader = ar.Reader();
+    const std::optional<std::string> id = reader.Attribute(kId);
+    if (!id) return;
+    if (ar.Shared().constructing)
+        return (void)reader.Fail(kOutsideConstructed, "one inside such an object");
+    const PolymorphicType* registered = nullptr;
+    if constexpr (std::is_polymorphic_v<T>) registered = PolymorphicTypeOf(typeid(T));
+    if (!ar.Shared().NoteTarget(*id, {&value, &typeid(T), registered, TypeTextOf<T>()}))
+        reader.Fail("a varid of its own", "a repeated one");
+}
+
 template <class T, class Enable>
 struct Archived {
     static constexpr Shape shape = Shape::Class;
@@ -220,11 +242,22 @@ struct Archived {
                 return ar.Writer().Refuse(
                     name, "one class named \"" + std::string(TypeText()) + "\" in a document",
                     BothTypes(*other, typeid(T)));
+        std::string number; // when plain pointers point to it
+        if (!ar.Shared().targets.empty())
+            if (const std::uint64_t id = ar.Shared().Written({&value, typeid(T)})) {
+                if (ar.Shared().constructed)
+                    return ar.Writer().Refuse(name, kOutsideConstructed,
+                                              "one inside such an object");
+                number = std::to_string(id);
+            }
+        const std::pair<std::string_view, std::string_view> numbered =
+            number.empty() ? std::pair<std::string_view, std::string_view>()
+                           : std::pair{kId, std::string_view(number)};
         if constexpr (ClassVersion<T>::value == 0) {
-            ar.Writer().BeginClass(TypeText(), variable, index);
+            ar.Writer().BeginClass(TypeText(), variable, index, numbered);
         } else {
             static const std::string version = std::to_string(ClassVersion<T>::value);
-            ar.Writer().BeginClass(TypeText(), variable, index, {kVersion, version});
+            ar.Writer().BeginClass(TypeText(), variable, index, {kVersion, version}, numbered);
         }
         SaveMembers(ar, value);
         ar.Writer().End();
@@ -232,8 +265,9 @@ struct Archived {
     template <class In>
     static void Load(In& ar, T& value) {
         std::uint32_t version = 0;
-        if (ar.Reader().IsClass(TypeText()) && FileVersion<T>(ar.Reader(), version))
-            LoadMembers(ar, value, version);
+        if (!ar.Reader().IsClass(TypeText()) || !FileVersion<T>(ar.Reader(), version)) return;
+        if (PlainPointersArchived().load(std::memory_order_relaxed)) NoteIfPointedTo(ar, value);
+        LoadMembers(ar, value, version);
     }
     template <class Dtd>
     static std::string Describe(Dtd& dtd, std::string_view) {

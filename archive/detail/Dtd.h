@@ -35,6 +35,10 @@ public:
     const std::string& Conflict() const { return m_conflict; }
     const std::string& ConflictingTypes() const { return m_conflictingTypes; }
     bool Declared(std::string_view element) const { return m_elements.count(element) > 0; }
+    // `element` may carry `attribute` too.
+    void Allow(std::string_view element, std::string_view attribute) {
+        m_elements[std::string(element)].attributes.emplace(attribute);
+    }
     // The root element may end with any number of `element` after what its model holds.
     void RootEndsWith(std::string element) { m_rootTail = std::move(element); }
     // The DTD's text, the root element first and the others by name.

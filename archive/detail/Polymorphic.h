@@ -10,7 +10,6 @@
 #include <unordered_map>
 #include <vector>
 
-#include "classxml/archive/detail/Archived.h"
 #include "classxml/platform/Export.h"
 
 namespace classxml::archive_detail {
@@ -26,8 +25,9 @@ struct PolymorphicType {
     void (*destroy)(void* object); // deletes a T
     void (*renew)(void* object);   // destroys a T in place and makes a new one there
     void (*throwPointer)(void* object); // throws it as a T*, to find a base inside it
-    // Its class element, saved from or loaded into its complete object, on each engine.
-    void (*save[2])(void* archive, const void* object);
+    // Its class element, saved from or loaded into its complete object, on each engine; saved
+    // by each writer (kWriter: the engines', and the survey's that writes nothing).
+    void (*save[3])(void* archive, const void* object);
     void (*load[2])(void* archive, void* object);
     std::string (*describe)(void* dtd); // declares its element in a DTD; gives its name
     // The C++ types registered under this one's type text, when there are several: a file

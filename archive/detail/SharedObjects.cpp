@@ -1,8 +1,47 @@
 #include "classxml/archive/detail/SharedObjects.h"
 
-#include <utility>
-
 namespace classxml::archive_detail {
+namespace {
+
+std::uintptr_t Address(const void* pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
+
+} // namespace
+
+std::atomic<bool>& PlainPointersArchived() {
+    static std::atomic<bool> archived{false};
+    return archived;
+}
+
+SavedObjects::Target& SavedObjects::Numbered(Target& target) {
+    if (target.id == 0 && !target.written) target.id = ++lastId;
+    return target;
+}
+
+void SavedObjects::RootIs(const ObjectKey& key) {
+    if (const auto found = targets.find(key); found != targets.end()) found->second.written = true;
+}
+
+std::uint64_t SavedObjects::PointedTo(const ObjectKey& key, bool& written) {
+    const Target& target = Numbered(targets[key]);
+    written = target.written;
+    return target.id;
+}
+
+std::uint64_t SavedObjects::Written(const ObjectKey& key) {
+    const auto found = targets.find(key);
+    if (found == targets.end()) return 0;
+    Target& target = Numbered(found->second);
+    target.written = true;
+    m_unwritten.erase(target.id);
+    return target.id;
+}
+
+std::string SavedObjects::TakeUnwritten() {
+    std::string path = m_unwritten.empty() ? std::string() : m_unwritten.begin()->second;
+    m_unwritten.clear();
+    targets.clear();
+    return path;
+}
 
 bool LoadedObjects::Await(const std::string& id, Slot slot, bool unique) {
     const auto [entry, first] = m_awaited.try_emplace(id);
@@ -13,9 +52,9 @@ bool LoadedObjects::Await(const std::string& id, Slot slot, bool unique) {
     } else if (unique || awaited.unique) {
         return false;
     }
-    awaited.slots.push_back(m_slots.size());
-    m_byAddress.emplace(reinterpret_cast<std::uintptr_t>(slot.pointer), m_slots.size());
-    m_slots.push_back(std::move(slot));
+    Slot& kept = m_slots.emplace_back(std::move(slot));
+    awaited.slots.push_back(&kept);
+    m_followed.emplace(Address(kept.pointer), &kept.pointer);
     return true;
 }
 
@@ -25,33 +64,72 @@ bool LoadedObjects::NextAwaited(std::string& id, std::vector<Slot>& slots) {
     m_order.pop_front();
     const auto entry = m_awaited.find(id);
     slots.clear();
-    for (const std::size_t index : entry->second.slots) {
-        Slot& slot = m_slots[index];
-        const auto [begin, end] =
-            m_byAddress.equal_range(reinterpret_cast<std::uintptr_t>(slot.pointer));
-        for (auto at = begin; at != end; ++at)
-            if (at->second == index) {
-                m_byAddress.erase(at);
-                break;
-            }
-        slots.push_back(std::move(slot));
+    for (Slot* slot : entry->second.slots) {
+        Unfollow(&slot->pointer);
+        slots.push_back(std::move(*slot));
     }
     m_awaited.erase(entry);
-    if (m_byAddress.empty()) m_slots.clear();
     return true;
 }
 
-void LoadedObjects::Follow(const void* from, const void* to, std::size_t size) {
-    const auto start = reinterpret_cast<std::uintptr_t>(from);
-    const auto begin = m_byAddress.lower_bound(start), end = m_byAddress.lower_bound(start + size);
-    if (begin == end) return;
-    const std::vector<std::pair<std::uintptr_t, std::size_t>> moved(begin, end);
-    m_byAddress.erase(begin, end);
-    for (const auto& [address, index] : moved) {
-        void* now = static_cast<char*>(const_cast<void*>(to)) + (address - start);
-        m_slots[index].pointer = now;
-        m_byAddress.emplace(reinterpret_cast<std::uintptr_t>(now), index);
+bool LoadedObjects::NoteTarget(const std::string& id, const Target& target) {
+    const auto [entry, first] = m_targets.try_emplace(id, target);
+    if (first) m_followed.emplace(Address(target.object), &entry->second.object);
+    return first;
+}
+
+void LoadedObjects::AwaitTarget(const std::string& id, void* pointer, Assign assign,
+                                std::string_view pointee, std::string path) {
+    PlainSlot& kept =
+        m_plain.emplace_back(PlainSlot{pointer, id, assign, pointee, std::move(path)});
+    m_followed.emplace(Address(kept.pointer), &kept.pointer);
+}
+
+bool LoadedObjects::PointersMatch(std::string& path, std::string& expected,
+                                  std::string& found) const {
+    for (const PlainSlot& slot : m_plain) {
+        const auto target = m_targets.find(slot.id);
+        if (target == m_targets.end()) {
+            expected = "an object with varid " + slot.id;
+            found = "none";
+        } else if (!slot.assign(slot.pointer, target->second, false)) {
+            expected =
+                "an object of type " + std::string(slot.pointee) + " under varref " + slot.id;
+            found = "one of type " + std::string(target->second.element);
+        } else {
+            continue;
+        }
+        path = slot.path;
+        return false;
     }
+    return true;
+}
+
+void LoadedObjects::SetPointers() {
+    for (const PlainSlot& slot : m_plain)
+        slot.assign(slot.pointer, m_targets.at(slot.id), true);
+    m_plain.clear();
+    m_targets.clear();
+    m_slots.clear();
+    m_followed.clear(); // nothing else waits once the load is done
+}
+
+void LoadedObjects::Follow(const void* from, const void* to, std::size_t size) {
+    const std::uintptr_t start = Address(from);
+    const auto begin = m_followed.lower_bound(start), end = m_followed.lower_bound(start + size);
+    if (begin == end) return;
+    const std::vector<std::pair<std::uintptr_t, void**>> moved(begin, end);
+    m_followed.erase(begin, end);
+    for (const auto& [address, kept] : moved) {
+        *kept = static_cast<char*>(const_cast<void*>(to)) + (address - start);
+        m_followed.emplace(Address(*kept), kept);
+    }
+}
+
+void LoadedObjects::Unfollow(void** kept) {
+    const auto [begin, end] = m_followed.equal_range(Address(*kept));
+    for (auto at = begin; at != end; ++at)
+        if (at->second == kept) return (void)m_followed.erase(at);
 }
 
 } // namespace classxml::archive_detail

@@ -1,22 +1,37 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <new>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <typeindex>
 #include <typeinfo>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "classxml/archive/detail/Polymorphic.h"
 #include "classxml/platform/Export.h"
 
 namespace classxml::archive_detail {
+
+// The attributes that number objects: an object's number ("varid", on the pointer that holds it
+// or on the class element a plain pointer points to), and a pointer to a numbered object
+// ("varref"). The document's root object is number 0.
+inline constexpr std::string_view kId = "varid";
+inline constexpr std::string_view kReference = "varref";
+inline constexpr std::string_view kRootId = "0";
+
+// Whether the program archives plain pointers anywhere: set as it starts by each pointer type
+// it saves or loads (PlainPointers.h), so that programs that never do pay nothing for them.
+CLASSXML_API std::atomic<bool>& PlainPointersArchived();
 
 // Destroys the T at `object` and makes a new one in its place (an object of an abstract type
 // is always of a registered one, renewed as that). An object built by load_and_construct is
@@ -30,14 +45,24 @@ void RenewInPlace(void* object) {
     }
 }
 
-// What the objects shared_ptrs share were saved as, and what they came back as: by the address
-// of the whole object, and by the number the save gave it.
-struct SavedObjects {
+// An object as plain pointers point to it: the address of the whole object and its type.
+using ObjectKey = std::pair<const void*, std::type_index>;
+struct ObjectKeyHash {
+    std::size_t operator()(const ObjectKey& key) const {
+        return std::hash<const void*>()(key.first) ^ key.second.hash_code();
+    }
+};
+
+// What a save numbers: the objects shared_ptrs share (by the address of the whole object), the
+// deferred ones, and the objects plain pointers point to.
+struct CLASSXML_API SavedObjects {
     std::unordered_map<const void*, std::uint64_t> ids;
-    std::uint64_t lastId = 0; // the number given last, to a shared or a deferred object
-    // How many objects that load_and_construct builds the save is inside: their pointees are
-    // never deferred, since what such a constructor is given moves where no load can follow.
+    std::uint64_t lastId = 0; // the number given last
+    // How many objects that load_and_construct builds the save is inside: what such a
+    // constructor is given moves where no load can follow, so no pointee in one is deferred,
+    // and no plain pointer points into one.
     int constructed = 0;
+
     // The class element names that two types of the program take, each with the one type this
     // document has written it for: the other type when `type` is not that one.
     std::unordered_map<std::string_view, const std::type_info*> classes;
@@ -45,7 +70,41 @@ struct SavedObjects {
         const auto [at, first] = classes.try_emplace(element, &type);
         return first || *at->second == type ? nullptr : at->second;
     }
+
+    // The objects plain pointers point to, found by the survey before the save, with the number
+    // the save gives each (0 until it does; the root is numbered 0 from the start) and whether
+    // its class element has been written.
+    struct Target {
+        std::uint64_t id = 0;
+        bool written = false;
+    };
+    using Targets = std::unordered_map<ObjectKey, Target, ObjectKeyHash>;
+    Targets targets;
+    Targets surveyed; // what the survey finds, while it walks
+    // The root object, numbered 0 and written before all else.
+    void RootIs(const ObjectKey& key);
+    // The number of the object a plain pointer points to; `written` whether its class element
+    // has been written yet.
+    std::uint64_t PointedTo(const ObjectKey& key, bool& written);
+    // A pointer at `path` points to number `id`, which is not written yet.
+    void Unwritten(std::uint64_t id, std::string path) {
+        m_unwritten.try_emplace(id, std::move(path));
+    }
+    // The number to write on the class element of the object `key` as it is written (0 when
+    // no plain pointer points to it).
+    std::uint64_t Written(const ObjectKey& key);
+    // Once the top object is written: the path of a pointer to an object the document does not
+    // hold, or empty. The objects pointed to are forgotten.
+    std::string TakeUnwritten();
+
+private:
+    Target& Numbered(Target& target);
+    std::map<std::uint64_t, std::string> m_unwritten; // by number: where the first pointer is
 };
+
+// What a load has numbered: shared objects, the pointers waiting for deferred ones, and the
+// objects plain pointers point to. The addresses of pointers and objects still to be matched are
+// followed as the load moves what holds them into place.
 struct CLASSXML_API LoadedObjects {
     struct Object {
         std::shared_ptr<void> object;      // the whole object
@@ -69,12 +128,32 @@ struct CLASSXML_API LoadedObjects {
     // The first number waited for, with the pointers waiting for it, which wait no longer.
     bool NextAwaited(std::string& id, std::vector<Slot>& slots);
 
-    // The object that was loaded at `from` now stands at `to`: the pointers waiting inside it
-    // are followed there. Loads that await nothing skip it at the cost of one test.
+    // An object plain pointers may point to, and a plain pointer, set once the load is done.
+    struct Target {
+        void* object;
+        const std::type_info* type;
+        const PolymorphicType* registered; // when its type is registered: finds its bases
+        std::string_view element;          // its class element's name
+    };
+    // Sets `pointer` to `target` (when `set`); false when the target is not of its type.
+    using Assign = bool (*)(void* pointer, const Target& target, bool set);
+    // False when the number is taken already.
+    bool NoteTarget(const std::string& id, const Target& target);
+    // `pointee` is the element name of the class the pointer points to.
+    void AwaitTarget(const std::string& id, void* pointer, Assign assign, std::string_view pointee,
+                     std::string path);
+    // Whether every plain pointer has its object, of its type; else what is wrong: the path of
+    // the pointer, what was expected and what found.
+    bool PointersMatch(std::string& path, std::string& expected, std::string& found) const;
+    // Sets the plain pointers, once the objects stand where they stay, and forgets them.
+    void SetPointers();
+
+    // The object that was loaded at `from` now stands at `to`: the pointers and objects waiting
+    // inside it are followed there. Loads that wait for nothing skip it at the cost of one test.
     void Moved(const void* from, const void* to, std::size_t size) {
-        if (!m_byAddress.empty()) Follow(from, to, size);
+        if (!m_followed.empty()) Follow(from, to, size);
     }
-    bool Following() const { return !m_byAddress.empty(); }
+    bool Following() const { return !m_followed.empty(); }
 
     // How many objects that load_and_construct builds are loading: what they are given moves
     // into them where no load can follow, so no pointer inside one may wait.
@@ -90,15 +169,26 @@ struct CLASSXML_API LoadedObjects {
 
 private:
     struct Awaited {
-        std::vector<std::size_t> slots; // into m_slots
+        std::vector<Slot*> slots;
         bool unique = false;
     };
+    struct PlainSlot {
+        void* pointer;
+        std::string id;
+        Assign assign;
+        std::string_view pointee;
+        std::string path;
+    };
     void Follow(const void* from, const void* to, std::size_t size);
+    void Unfollow(void** address);
 
-    std::vector<Slot> m_slots;
+    std::deque<Slot> m_slots;
     std::unordered_map<std::string, Awaited> m_awaited;
-    std::deque<std::string> m_order;                        // the numbers awaited, as first met
-    std::multimap<std::uintptr_t, std::size_t> m_byAddress; // the slots still waiting
+    std::deque<std::string> m_order; // the numbers awaited, as first met
+    std::unordered_map<std::string, Target> m_targets;
+    std::deque<PlainSlot> m_plain;
+    // Where each followed address is kept (a slot's pointer, a target's object), by its value.
+    std::multimap<std::uintptr_t, void**> m_followed;
 };
 
 } // namespace classxml::archive_detail

@@ -35,11 +35,17 @@ void ArchiveWriter::WriteEnumerator(std::string_view name, std::string_view type
 }
 
 void ArchiveWriter::Refuse(std::string_view name, std::string expected, std::string found) {
+    if (m_result) RefuseAt(m_path.Text(name), std::move(expected), std::move(found));
+}
+
+void ArchiveWriter::RefuseAt(std::string path, std::string expected, std::string found) {
     if (!m_result) return;
     m_result.ok = false;
-    m_result.path = m_path.Text(name);
+    m_result.path = std::move(path);
     m_result.expected = std::move(expected);
     m_result.found = std::move(found);
 }
+
+std::string ArchiveWriter::Where() const { return m_path.Text(); }
 
 } // namespace classxml::archive_detail

@@ -42,6 +42,9 @@ public:
     void WriteEnumerator(std::string_view name, std::string_view type, std::string_view value);
     // Reports a value the archive cannot write (an enumerator missing from its table).
     void Refuse(std::string_view name, std::string expected, std::string found);
+    // The same at a path taken before (Where), for what is found wrong only later.
+    void RefuseAt(std::string path, std::string expected, std::string found);
+    std::string Where() const;
 
     // Ok until a write fails.
     const Result& Status() const { return m_result; }

@@ -42,14 +42,16 @@ void DomWriter::Open(Handle element, std::string_view name, std::size_t index) {
 }
 
 void DomWriter::BeginClass(std::string_view elementName, std::string_view variableName,
-                           std::size_t index, Attribute attribute) {
+                           std::size_t index, Attribute attribute, Attribute second) {
     if (!m_result) return Open(m_root, elementName, index); // keeps Begin and End paired
     const WideText element(elementName), variable(variableName);
     Handle made = Made(elementName,
                        [&] { return m_open.back().CreateClass(element.view(), variable.view()); });
-    const bool attributed =
-        attribute.first.empty() || !made.IsDefined() ||
-        made.AddAttributeValue(WideText(attribute.first).view(), WideText(attribute.second).view());
+    bool attributed = true;
+    for (const Attribute& added : {attribute, second})
+        attributed = attributed && (added.first.empty() || !made.IsDefined() ||
+                                    made.AddAttributeValue(WideText(added.first).view(),
+                                                           WideText(added.second).view()));
     Open(made, variableName.empty() ? elementName : variableName, index);
     if (!attributed) Refuse({}, "a name and text XML can carry", "one it cannot");
 }

@@ -21,16 +21,17 @@ namespace classxml::archive_detail {
 class CLASSXML_API DomWriter : public ArchiveWriter {
 public:
     static constexpr Engine kEngine = Engine::Dom;
+    static constexpr std::size_t kWriter = 0; // its place in a registered type's save functions
 
     DomWriter(Destination destination, std::string_view rootName, const SaveOptions& options);
     ~DomWriter() override;
     DomWriter(const DomWriter&) = delete;
     DomWriter& operator=(const DomWriter&) = delete;
 
-    // A class element (`variableName` empty for a container's item), with one more attribute
-    // when `attribute` names one; writes go into it until End.
+    // A class element (`variableName` empty for a container's item), with the attributes named
+    // (`attribute`, `second`) besides; writes go into it until End.
     void BeginClass(std::string_view elementName, std::string_view variableName,
-                    std::size_t index = 0, Attribute attribute = {});
+                    std::size_t index = 0, Attribute attribute = {}, Attribute second = {});
     // A container element of `kind` ("vector", "list" or "set").
     void BeginSequence(std::string_view name, std::string_view kind, std::string_view itemType,
                        std::size_t index = 0);

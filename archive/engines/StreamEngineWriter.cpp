@@ -54,20 +54,21 @@ void StreamEngineWriter::Opened(bool opened, std::string_view name, std::size_t 
 }
 
 void StreamEngineWriter::BeginClass(std::string_view elementName, std::string_view variableName,
-                                    std::size_t index, Attribute attribute) {
+                                    std::size_t index, Attribute attribute, Attribute second) {
     const std::string_view name = variableName.empty() ? elementName : variableName;
     if (!m_result) return m_path.Enter(name, index); // keeps Begin and End paired
     const WideText element(elementName), variable(variableName);
     if (!NameAllowed(elementName, element)) return m_path.Enter(name, index);
-    if (attribute.first.empty())
+    if (attribute.first.empty() && second.first.empty())
         return Opened(m_out->BeginClass(element.view(), variable.view()), name, index);
-    const WideText attributeName(attribute.first), attributeValue(attribute.second);
-    Opened(
-        variableName.empty()
-            ? m_out->BeginElement(element.view(), {{attributeName.view(), attributeValue.view()}})
-            : m_out->BeginElement(element.view(), {{WIDE("varname"), variable.view()},
-                                                   {attributeName.view(), attributeValue.view()}}),
-        name, index);
+    const WideText names[] = {WideText(attribute.first), WideText(second.first)};
+    const WideText values[] = {WideText(attribute.second), WideText(second.second)};
+    std::pair<CBasicStringView<WideChar>, CBasicStringView<WideChar>> attributes[3];
+    std::size_t count = 0;
+    if (!variableName.empty()) attributes[count++] = {WIDE("varname"), variable.view()};
+    for (std::size_t at = 0; at < 2; ++at)
+        if (!names[at].view().empty()) attributes[count++] = {names[at].view(), values[at].view()};
+    Opened(m_out->BeginElement(element.view(), std::span(attributes, count)), name, index);
 }
 
 void StreamEngineWriter::BeginSequence(std::string_view name, std::string_view kind,

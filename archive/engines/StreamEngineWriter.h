@@ -26,6 +26,7 @@ class WideText;
 class CLASSXML_API StreamEngineWriter : public ArchiveWriter {
 public:
     static constexpr Engine kEngine = Engine::Stream;
+    static constexpr std::size_t kWriter = 1; // its place in a registered type's save functions
 
     StreamEngineWriter(Destination destination, std::string_view rootName,
                        const SaveOptions& options);
@@ -34,7 +35,7 @@ public:
     StreamEngineWriter& operator=(const StreamEngineWriter&) = delete;
 
     void BeginClass(std::string_view elementName, std::string_view variableName,
-                    std::size_t index = 0, Attribute attribute = {});
+                    std::size_t index = 0, Attribute attribute = {}, Attribute second = {});
     void BeginSequence(std::string_view name, std::string_view kind, std::string_view itemType,
                        std::size_t index = 0);
     void BeginMap(std::string_view name, std::string_view keyType, std::string_view valueType,

@@ -24,14 +24,25 @@
 // be registered (CLASSXML_REGISTER_TYPE), on saving and on loading.
 namespace classxml::archive_detail {
 
-inline constexpr std::string_view kId = "varid";
-inline constexpr std::string_view kReference = "varref";
 // The element a deferred pointee is written in, a child of the document's root named by the
 // pointee's number.
 inline constexpr std::string_view kDeferred = "deferred";
 // How many elements may be open around a pointer before its object is deferred: well inside
 // the parser's limit of 256, with room for the classes and containers between two pointers.
 inline constexpr std::size_t kDeepestPointer = 64;
+
+// The registered types derived from T, which a pointer to T may hold.
+template <class T>
+std::vector<const PolymorphicType*> TypesDerivedFrom() {
+    std::vector<const PolymorphicType*> derived;
+    if constexpr (std::is_polymorphic_v<T>)
+        for (const PolymorphicType* type : PolymorphicTypes()) {
+            void* object = type->create();
+            if (BaseOf<T>(*type, object)) derived.push_back(type);
+            type->destroy(object);
+        }
+    return derived;
+}
 
 template <class Pointer, class T, bool kShared>
 struct ArchivedPointer {
@@ -101,7 +112,7 @@ struct ArchivedPointer {
         const std::string element(TypeText());
         std::vector<std::string> held;
         if constexpr (!std::is_abstract_v<T>) held.push_back(dtd.template Element<T>("item"));
-        for (const PolymorphicType* type : DerivedTypes())
+        for (const PolymorphicType* type : TypesDerivedFrom<T>())
             held.push_back(type->describe(&dtd));
         dtd.Declarations().Declare(element, ChoiceModel(held, true), {kId, kReference, "varname"});
         dtd.Declarations().Declare(kDeferred, ChoiceModel(held, false), {"varname"});
@@ -128,7 +139,7 @@ private:
                     writer.Refuse({}, "one type registered as \"" + type->typeText + '"',
                                   type->conflict);
                 else if (type)
-                    type->save[int(Out::kEngine)](&ar, WholeObject(&object));
+                    type->save[Out::kWriter](&ar, WholeObject(&object));
                 else
                     writer.Refuse({}, "a type registered with CLASSXML_REGISTER_TYPE",
                                   ReadableTypeName(typeid(object)));
@@ -297,22 +308,10 @@ private:
             if (!made.loaded) ar.Here(*made.object);
     }
 
-    // The registered types derived from T, which a pointer to T may hold.
-    static std::vector<const PolymorphicType*> DerivedTypes() {
-        std::vector<const PolymorphicType*> derived;
-        if constexpr (std::is_polymorphic_v<T>)
-            for (const PolymorphicType* type : PolymorphicTypes()) {
-                void* object = type->create();
-                if (BaseOf<T>(*type, object)) derived.push_back(type);
-                type->destroy(object);
-            }
-        return derived;
-    }
-
     // The same for a message: ": A, B", or " (none)".
     static std::string RegisteredFor() {
         std::string names;
-        for (const PolymorphicType* type : DerivedTypes())
+        for (const PolymorphicType* type : TypesDerivedFrom<T>())
             names += (names.empty() ? ": " : ", ") + type->typeText;
         return names.empty() ? " (none)" : names;
     }
