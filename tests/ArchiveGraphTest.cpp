@@ -124,6 +124,9 @@ struct Pinned {
 struct Link {
     int value = 0;
     std::unique_ptr<Link> next;
+    Link() = default;
+    Link(Link&&) = default;
+    Link& operator=(Link&&) = default;
     ~Link() {
         while (next)
             next = std::move(next->next);
@@ -139,6 +142,9 @@ struct Branch {
     std::string name;
     std::vector<std::unique_ptr<Branch>> children;
     Branch* parent = nullptr;
+    Branch() = default;
+    Branch(Branch&&) = default;
+    Branch& operator=(Branch&&) = default;
     ~Branch() {
         std::vector<std::unique_ptr<Branch>> pending = std::move(children);
         while (!pending.empty()) {
@@ -156,7 +162,7 @@ struct Branch {
 };
 
 // Plain pointers to objects before them and after them: the root itself, the chain's last link
-// and the tree's deepest node.
+// and the tree's deepest node. Moved into place once loaded, as a root is.
 struct Deep {
     Deep* self = nullptr;
     Link* last = nullptr;
