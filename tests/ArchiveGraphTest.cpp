@@ -18,6 +18,7 @@
 #include "classxml/valuetext/Base64.h"
 #include "support/ArchiveEngines.h"
 #include "support/TempDir.h"
+#include "support/Validators.h"
 
 namespace {
 
@@ -409,6 +410,36 @@ struct Attachment {
         ar(CLASSXML_NVP(small), CLASSXML_NVP(empty), CLASSXML_NVP(large));
     }
 };
+
+// Every form of object graph in one model: deep structures with plain pointers, a shared object
+// held also through a weak pointer, and binary members.
+struct Graph {
+    Deep deep;
+    std::shared_ptr<Link> shared = std::make_shared<Link>();
+    std::weak_ptr<Link> weak = shared;
+    Attachment attachment;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(deep), CLASSXML_NVP(shared), CLASSXML_NVP(weak), CLASSXML_NVP(attachment));
+    }
+};
+
+TEST_P(ArchiveGraphTest, EveryFormOfGraphIsValidAgainstItsDtd) {
+    classxml::testing::TempDir dir;
+    ASSERT_TRUE(classxml::SaveDtd<Graph>((dir / "graph.dtd").string()));
+    Graph saved;
+    Grow(saved.deep, 300, 100);
+    const auto file = dir / "graph.xml";
+    ASSERT_TRUE(
+        classxml::SaveToFile(file.string(), saved, classxml::DocumentType{{}, "graph.dtd"}, engine));
+    Graph loaded;
+    const classxml::Result result = classxml::LoadFromFile(file.string(), loaded, engine);
+    ASSERT_TRUE(result) << result.Message();
+    EXPECT_EQ(Difference(saved.deep, loaded.deep), "");
+    EXPECT_EQ(loaded.weak.lock(), loaded.shared);
+    const std::string xmllint = classxml::testing::XmllintVerdict(file);
+    EXPECT_TRUE(xmllint.empty() || xmllint == "X");
+}
 
 TEST(Base64, DecodesWhatItEncodesAndRefusesWhatIsNotBase64) {
     for (const std::size_t size : {0, 1, 2, 3, 4, 5, 300}) {
