@@ -224,6 +224,17 @@ std::string Difference(const Deep& a, const Deep& b) {
     return {};
 }
 
+// A link a plain pointer points into, held by a shared_ptr and watched by a weak_ptr.
+struct Watched {
+    std::shared_ptr<Link> owner = std::make_shared<Link>();
+    std::weak_ptr<Link> weak = owner;
+    Link* into = owner.get();
+    template <class A>
+    void serialize(A& ar) {
+        ar(CLASSXML_NVP(owner), CLASSXML_NVP(weak), CLASSXML_NVP(into));
+    }
+};
+
 class ArchiveGraphTest : public classxml::testing::ArchiveEngineTest {};
 
 CLASSXML_ON_BOTH_ENGINES(ArchiveGraphTest);
@@ -281,6 +292,23 @@ TEST_P(ArchiveGraphTest, APlainPointerOutsideTheDocumentFailsTheSaveNamingIt) {
     EXPECT_EQ(edited("varname=\"self\" varref=\"0\"", "varname=\"self\" varref=\"" + id + '"'),
               "Deep/self: expected an object of type Deep under varref " + id +
                   ", found one of type Link");
+    // A document whose object only a weak pointer holds, which dies with the load, leaves no
+    // pointer to it.
+    Watched watched;
+    ASSERT_TRUE(classxml::SaveToString(xml, watched, engine));
+    ASSERT_TRUE(classxml::LoadFromString(xml, watched, engine));
+    EXPECT_EQ(watched.into, watched.owner.get());
+    const std::string owner = "<pointer varid=\"1\" varname=\"owner\">";
+    const std::size_t owned = xml.find(owner);
+    ASSERT_NE(owned, std::string::npos) << xml;
+    xml.replace(owned, owner.size(),
+                "<pointer varname=\"owner\"/><pointer varid=\"1\" varname=\"weak\">");
+    const std::string weak = "<pointer varname=\"weak\" varref=\"1\"/>";
+    xml.replace(xml.find(weak), weak.size(), "");
+    EXPECT_EQ(classxml::LoadFromString(xml, watched, engine).Message(),
+              "Watched/into: expected an object the loaded object holds under varref 2, found one "
+              "only weak pointers hold")
+        << xml;
     Link elsewhere;
     saved.last = &elsewhere;
     const classxml::Result failed = classxml::SaveToString(xml, saved, engine);
@@ -430,8 +458,8 @@ TEST_P(ArchiveGraphTest, EveryFormOfGraphIsValidAgainstItsDtd) {
     Graph saved;
     Grow(saved.deep, 300, 100);
     const auto file = dir / "graph.xml";
-    ASSERT_TRUE(
-        classxml::SaveToFile(file.string(), saved, classxml::DocumentType{{}, "graph.dtd"}, engine));
+    ASSERT_TRUE(classxml::SaveToFile(file.string(), saved, classxml::DocumentType{{}, "graph.dtd"},
+                                     engine));
     Graph loaded;
     const classxml::Result result = classxml::LoadFromFile(file.string(), loaded, engine);
     ASSERT_TRUE(result) << result.Message();

@@ -222,7 +222,9 @@ void NoteIfPointedTo(In& ar, T& value) {
         return (void)reader.Fail(kOutsideConstructed, "one inside such an object");
     const PolymorphicType* registered = nullptr;
     if constexpr (std::is_polymorphic_v<T>) registered = PolymorphicTypeOf(typeid(T));
-    if (!ar.Shared().NoteTarget(*id, {&value, &typeid(T), registered, TypeTextOf<T>()}))
+    LoadedObjects& loaded = ar.Shared();
+    const LoadedObjects::Object* within = loaded.loading.empty() ? nullptr : loaded.loading.back();
+    if (!loaded.NoteTarget(*id, {&value, &typeid(T), registered, TypeTextOf<T>(), within}))
         reader.Fail("a varid of its own", "a repeated one");
 }
 

@@ -43,6 +43,29 @@ std::string SavedObjects::TakeUnwritten() {
     return path;
 }
 
+const LoadedObjects::Object* LoadedObjects::Noted(const std::optional<std::string>& id,
+                                                  Object object) {
+    object.within = loading.empty() ? nullptr : loading.back();
+    if (!id) return &m_unnumbered.emplace_back(std::move(object));
+    const auto [entry, first] = byId.try_emplace(*id, std::move(object));
+    return first ? &entry->second : nullptr;
+}
+
+void LoadedObjects::Abandon() {
+    for (auto& [id, loaded] : byId)
+        loaded.renew(loaded.object.get());
+    for (Object& loaded : m_unnumbered)
+        loaded.renew(loaded.object.get());
+    byId.clear();
+    m_unnumbered.clear();
+}
+
+bool LoadedObjects::DiesWithLoad(const Object* object) {
+    for (; object; object = object->within)
+        if (object->object.use_count() == 1) return true;
+    return false;
+}
+
 bool LoadedObjects::Await(const std::string& id, Slot slot, bool unique) {
     const auto [entry, first] = m_awaited.try_emplace(id);
     Awaited& awaited = entry->second;
@@ -92,6 +115,9 @@ bool LoadedObjects::PointersMatch(std::string& path, std::string& expected,
         if (target == m_targets.end()) {
             expected = "an object with varid " + slot.id;
             found = "none";
+        } else if (DiesWithLoad(target->second.within)) {
+            expected = "an object the loaded object holds under varref " + slot.id;
+            found = "one only weak pointers hold";
         } else if (!slot.assign(slot.pointer, target->second, false)) {
             expected =
                 "an object of type " + std::string(slot.pointee) + " under varref " + slot.id;

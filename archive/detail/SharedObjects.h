@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -111,8 +112,14 @@ struct CLASSXML_API LoadedObjects {
         const PolymorphicType* type;       // when registered: finds any of its bases
         const std::type_info* pointerType; // the type it was loaded as
         void (*renew)(void* object);       // RenewInPlace of its type
+        const Object* within = nullptr;    // the shared object it was loaded inside
     };
     std::unordered_map<std::string, Object> byId;
+    // A shared object as it is made: under its number when it has one; null when the number is
+    // taken.
+    const Object* Noted(const std::optional<std::string>& id, Object object);
+    // The shared objects being loaded, the innermost last.
+    std::vector<const Object*> loading;
 
     // A pointer waiting for an object written further on, and how it is set: to the object of
     // the element the reader stands on (`load`), or to that object once it is loaded.
@@ -134,6 +141,7 @@ struct CLASSXML_API LoadedObjects {
         const std::type_info* type;
         const PolymorphicType* registered; // when its type is registered: finds its bases
         std::string_view element;          // its class element's name
+        const Object* within = nullptr;    // the shared object it was loaded inside
     };
     // Sets `pointer` to `target` (when `set`); false when the target is not of its type.
     using Assign = bool (*)(void* pointer, const Target& target, bool set);
@@ -161,11 +169,7 @@ struct CLASSXML_API LoadedObjects {
 
     // After a failed load nothing loaded reaches the program: each object is made anew, which
     // lets go of the pointers it held, so that rings it was part of are freed with it.
-    void Abandon() {
-        for (auto& [id, loaded] : byId)
-            loaded.renew(loaded.object.get());
-        byId.clear();
-    }
+    void Abandon();
 
 private:
     struct Awaited {
@@ -182,6 +186,11 @@ private:
     void Follow(const void* from, const void* to, std::size_t size);
     void Unfollow(void** address);
 
+    // Whether an object loaded inside `object` dies with the load: when the load alone holds it
+    // or one it was loaded inside (the objects only weak pointers hold).
+    static bool DiesWithLoad(const Object* object);
+
+    std::deque<Object> m_unnumbered; // shared objects without a number
     std::deque<Slot> m_slots;
     std::unordered_map<std::string, Awaited> m_awaited;
     std::deque<std::string> m_order; // the numbers awaited, as first met

@@ -165,14 +165,13 @@ private:
             // Known by its id before its contents load, so that a ring through it closes.
             const auto deleter = made.whole.get_deleter();
             const std::shared_ptr<void> whole(made.whole.release(), deleter);
-            if (id && !ar.Shared()
-                           .byId
-                           .try_emplace(*id, LoadedObjects::Object{whole, made.type, &typeid(T),
-                                                                   made.type ? made.type->renew
-                                                                             : RenewInPlace<T>})
-                           .second)
-                return (void)reader.Fail("a varid of its own", "a repeated one");
+            LoadedObjects& loaded = ar.Shared();
+            const LoadedObjects::Object* entry = loaded.Noted(
+                id, {whole, made.type, &typeid(T), made.type ? made.type->renew : RenewInPlace<T>});
+            if (!entry) return (void)reader.Fail("a varid of its own", "a repeated one");
+            loaded.loading.push_back(entry);
             LoadContents(ar, made);
+            loaded.loading.pop_back();
             if (reader.Failed()) return;
             if (reader.NextItem()) return (void)reader.Fail("one object", "more");
             pointer = std::shared_ptr<T>(whole, made.object);
