@@ -1,6 +1,7 @@
-// Arbitrary documents loaded by the archive into a model with pointers (shared, unique, weak and
-// polymorphic), a variant, a tuple, containers, a binary member and a versioned class with
-// optional and renamed members, on both engines: nothing crashes or leaks,
+// Arbitrary documents loaded by the archive into a model with pointers (shared, unique, weak,
+// plain and polymorphic; a ring, and children that know their parent), a variant, a tuple,
+// containers, a binary member and a versioned class with optional and renamed members, on both
+// engines: nothing crashes or leaks,
 // both engines come to the same verdict and the same object, and a failed load leaves the
 // object as it was.
 #include <cstddef>
@@ -8,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <tuple>
 #include <variant>
@@ -46,6 +48,53 @@ struct Versioned {
     }
 };
 
+// A node of a ring through shared_ptr, whose children know their parent.
+struct Node {
+    std::int32_t value = 0;
+    std::shared_ptr<Node> next;
+    Node* parent = nullptr;
+    std::vector<std::unique_ptr<Node>> children;
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(value), CLASSXML_NVP(next), CLASSXML_NVP(parent), CLASSXML_NVP(children));
+    }
+};
+
+// The ring's first node, which lets go of every ring through the nodes it reaches when it is
+// replaced or dies, whatever a document made of them.
+struct Ring {
+    std::shared_ptr<Node> head;
+    Ring() = default;
+    Ring(Ring&& other) noexcept : head(std::move(other.head)) {}
+    Ring& operator=(Ring&& other) noexcept {
+        Break();
+        head = std::move(other.head);
+        return *this;
+    }
+    ~Ring() { Break(); }
+    template <class Archive>
+    void serialize(Archive& ar) {
+        ar(CLASSXML_NVP(head));
+    }
+
+private:
+    void Break() {
+        std::vector<std::shared_ptr<Node>> kept{head};
+        std::vector<Node*> pending{head.get()};
+        std::set<Node*> seen;
+        while (!pending.empty()) {
+            Node* node = pending.back();
+            pending.pop_back();
+            if (!node || !seen.insert(node).second) continue;
+            pending.push_back(node->next.get());
+            kept.push_back(std::move(node->next));
+            for (const auto& child : node->children)
+                pending.push_back(child.get());
+        }
+        head.reset();
+    }
+};
+
 } // namespace
 
 CLASSXML_CLASS_VERSION(Versioned, 2)
@@ -63,11 +112,13 @@ struct Model {
     std::map<std::string, std::vector<double>> series;
     std::optional<std::string> note;
     std::vector<std::byte> blob;
+    Ring ring;
     template <class Archive>
     void serialize(Archive& ar) {
         ar(CLASSXML_NVP(first), CLASSXML_NVP(second), CLASSXML_NVP(watched),
            CLASSXML_NVP(versioned), CLASSXML_NVP(owned), CLASSXML_NVP(choice), CLASSXML_NVP(pair),
-           CLASSXML_NVP(items), CLASSXML_NVP(series), CLASSXML_NVP(note), CLASSXML_NVP(blob));
+           CLASSXML_NVP(items), CLASSXML_NVP(series), CLASSXML_NVP(note), CLASSXML_NVP(blob),
+           CLASSXML_NVP(ring));
     }
 };
 
@@ -87,6 +138,13 @@ Model Sample() {
     model.note = "n";
     for (int i = 0; i < 3; ++i)
         model.blob.push_back(std::byte(i));
+    auto second = std::make_shared<Node>();
+    model.ring.head = std::make_shared<Node>();
+    model.ring.head->next = second;
+    second->value = 2;
+    second->next = model.ring.head;
+    second->children.push_back(std::make_unique<Node>());
+    second->children.back()->parent = second.get();
     return model;
 }
 

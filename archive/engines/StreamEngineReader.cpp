@@ -6,6 +6,7 @@
 #include "classxml/platform/SameBytes.h"
 #include "classxml/platform/Utf.h"
 #include "classxml/stream/StreamReader.h"
+#include "classxml/xmlio/ParseLimits.h"
 #include "classxml/xmlio/ReadSettings.h"
 
 namespace classxml::archive_detail {
@@ -18,8 +19,11 @@ constexpr std::string_view kKeyType = "keytype";
 
 } // namespace
 
+// The parser refuses documents deeper than kMaxDepth, so the frames are made once and never
+// move: the member path keeps views of their names.
 StreamEngineReader::StreamEngineReader() : m_reader(std::make_unique<StreamReader>()) {
     StartEngineOnFirstUse();
+    m_frames.reserve(parse_limits::kMaxDepth + 2);
 }
 
 StreamEngineReader::~StreamEngineReader() = default;
