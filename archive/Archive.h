@@ -17,9 +17,10 @@
 /// Members may be numbers, text, enums, the DB_* types, std::optional, containers (vector,
 /// array, list, deque, set, unordered_set, map, unordered_map), pair, tuple, variant, bitset,
 /// filesystem::path, chrono durations and system_clock time points, unique_ptr, shared_ptr and
-/// weak_ptr (sharing kept, and polymorphic bases holding registered classes:
-/// CLASSXML_REGISTER_TYPE), std::vector<std::byte> (as base64 that pre-read extraction can move
-/// out), and classes of their own; a class names its bases' members with classxml::BaseClass,
+/// weak_ptr (sharing kept, rings and any depth included, and polymorphic bases holding
+/// registered classes: CLASSXML_REGISTER_TYPE), plain pointers to objects the document holds,
+/// std::vector<std::byte> (as base64 that pre-read extraction can move out), and classes of
+/// their own; a class names its bases' members with classxml::BaseClass,
 /// a one-value class gives save_minimal and load_minimal, and one without a default
 /// constructor load_and_construct (Construct.h).
 
