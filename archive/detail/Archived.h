@@ -212,9 +212,11 @@ inline constexpr const char* kOutsideConstructed =
     "plain pointers and what they point to outside objects that load_and_construct builds";
 
 // A class element that plain pointers point to carries its number: the object loaded from it is
-// noted under that number, for the pointers to be set once the load is done.
+// noted under that number, for the pointers to be set once the load is done. Programs that
+// archive no plain pointers do not look.
 template <class In, class T>
 void NoteIfPointedTo(In& ar, T& value) {
+    if (!PlainPointersArchived().load(std::memory_order_relaxed)) return;
     auto& reader = ar.Reader();
     const std::optional<std::string> id = reader.Attribute(kId);
     if (!id) return;
@@ -268,7 +270,7 @@ struct Archived {
     static void Load(In& ar, T& value) {
         std::uint32_t version = 0;
         if (!ar.Reader().IsClass(TypeText()) || !FileVersion<T>(ar.Reader(), version)) return;
-        if (PlainPointersArchived().load(std::memory_order_relaxed)) NoteIfPointedTo(ar, value);
+        NoteIfPointedTo(ar, value);
         LoadMembers(ar, value, version);
     }
     template <class Dtd>
