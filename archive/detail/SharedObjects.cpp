@@ -131,7 +131,7 @@ bool LoadedObjects::PointersMatch(std::string& path, std::string& expected,
     return true;
 }
 
-void LoadedObjects::SetPointers() {
+void LoadedObjects::SetAndForget() {
     for (const PlainSlot& slot : m_plain)
         slot.assign(slot.pointer, m_targets.at(slot.id), true);
     m_plain.clear();

@@ -134,6 +134,7 @@ struct CLASSXML_API LoadedObjects {
     bool Await(const std::string& id, Slot slot, bool unique);
     // The first number waited for, with the pointers waiting for it, which wait no longer.
     bool NextAwaited(std::string& id, std::vector<Slot>& slots);
+    bool Awaiting() const { return !m_order.empty(); }
 
     // An object plain pointers may point to, and a plain pointer, set once the load is done.
     struct Target {
@@ -154,7 +155,10 @@ struct CLASSXML_API LoadedObjects {
     // the pointer, what was expected and what found.
     bool PointersMatch(std::string& path, std::string& expected, std::string& found) const;
     // Sets the plain pointers, once the objects stand where they stay, and forgets them.
-    void SetPointers();
+    void SetPointers() {
+        if (!m_plain.empty() || !m_targets.empty() || !m_slots.empty()) SetAndForget();
+    }
+    bool PointersWait() const { return !m_plain.empty(); }
 
     // The object that was loaded at `from` now stands at `to`: the pointers and objects waiting
     // inside it are followed there. Loads that wait for nothing skip it at the cost of one test.
@@ -183,6 +187,7 @@ private:
         std::string_view pointee;
         std::string path;
     };
+    void SetAndForget();
     void Follow(const void* from, const void* to, std::size_t size);
     void Unfollow(void** address);
 

@@ -337,8 +337,9 @@ private:
 // from the children of the document's root that follow the object being loaded.
 template <class In>
 void LoadDeferred(In& ar) {
-    auto& reader = ar.Reader();
     LoadedObjects& loaded = ar.Shared();
+    if (!loaded.Awaiting()) return;
+    auto& reader = ar.Reader();
     std::string id;
     std::vector<LoadedObjects::Slot> slots;
     while (!reader.Failed() && loaded.NextAwaited(id, slots)) {
