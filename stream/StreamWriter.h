@@ -84,10 +84,12 @@ public:
     /// An element with these attributes, written as the DOM keeps them (sorted by name), as
     /// the handle's CreateClass and AddAttributeValue make one; elements go into it until End.
     /// The archive writes its pointers and variants so.
+    ///@{
     bool BeginElement(View name, std::span<const std::pair<View, View>> attributes);
     bool BeginElement(View name, std::initializer_list<std::pair<View, View>> attributes) {
         return BeginElement(name, std::span(attributes.begin(), attributes.size()));
     }
+    ///@}
     /// Closes the element last begun.
     bool End();
     /// Text inside the element last begun, which then holds no more elements: pieces of one
