@@ -265,6 +265,28 @@ TEST_P(ArchiveGraphTest, StructuresOfAnyDepthComeBackOnASmallStack) {
     EXPECT_EQ(Difference(run.saved, run.loaded), "");
 }
 
+// Objects written one at a time keep their deferred objects and plain pointers to themselves.
+TEST_P(ArchiveGraphTest, DeepObjectsComeBackOneAtATime) {
+    std::vector<Deep> saved(3);
+    for (std::size_t i = 0; i < saved.size(); ++i)
+        Grow(saved[i], 300 + int(i), 100);
+    std::string xml, otherXml;
+    for (const auto& [text, on] : {std::pair{&xml, engine}, std::pair{&otherXml, other}}) {
+        classxml::ObjectWriter out(classxml::InString{*text}, "Outlines", on);
+        for (const Deep& deep : saved)
+            ASSERT_TRUE(out.Write(deep));
+        ASSERT_TRUE(out.Finish());
+    }
+    EXPECT_TRUE(xml == otherXml);
+    classxml::ObjectReader in(classxml::FromString{xml}, "Outlines", engine);
+    std::size_t read = 0;
+    for (Deep deep; read < saved.size() && in.Read(deep); ++read)
+        EXPECT_EQ(Difference(saved[read], deep), "") << read;
+    const classxml::Result finished = in.Finish();
+    EXPECT_TRUE(finished) << finished.Message();
+    EXPECT_EQ(read, saved.size());
+}
+
 // A plain pointer points into what the document holds, or is null; any other fails the save.
 TEST_P(ArchiveGraphTest, APlainPointerOutsideTheDocumentFailsTheSaveNamingIt) {
     Deep saved;
