@@ -88,9 +88,11 @@ template <class Writer, class T>
 Result SaveOn(Destination destination, const T& object, const SaveOptions& options) {
     Writer writer(destination, TypeTextOf<T>(), options);
     BasicOutputArchive<Writer> archive(writer);
-    archive.Shared().targets =
-        PointedToIn(TypeTextOf<T>(), [&](auto& survey) { SaveMembers(survey, object); });
-    archive.Shared().RootIs({&object, typeid(T)});
+    if (PlainPointersUsed()) {
+        archive.Shared().targets =
+            PointedToIn(TypeTextOf<T>(), [&](auto& survey) { SaveMembers(survey, object); });
+        archive.Shared().RootIs({&object, typeid(T)});
+    }
     SaveMembers(archive, object);
     archive.WriteDeferred();
     RequirePointedToWritten(writer, archive.Shared());
@@ -108,7 +110,7 @@ Result Save(Destination destination, const T& object, const SaveOptions& options
 // The root object is number 0 to the plain pointers that point to it.
 template <class T>
 void NoteRoot(LoadedObjects& loaded, T& root) {
-    if (!PlainPointersArchived().load(std::memory_order_relaxed)) return;
+    if (!PlainPointersUsed()) return;
     const PolymorphicType* registered = nullptr;
     if constexpr (std::is_polymorphic_v<T>) registered = PolymorphicTypeOf(typeid(T));
     loaded.NoteTarget(std::string(kRootId), {&root, &typeid(T), registered, TypeTextOf<T>()});

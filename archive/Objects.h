@@ -112,9 +112,10 @@ private:
     bool WriteOn(On& on, const T& object) {
         if (!on.writer.Status()) return false;
         ++m_count;
-        on.archive.Shared().targets = archive_detail::PointedToIn({}, [&](auto& survey) {
-            archive_detail::Archived<T>::Save(survey, {}, m_count, object);
-        });
+        if (archive_detail::PlainPointersUsed())
+            on.archive.Shared().targets = archive_detail::PointedToIn({}, [&](auto& survey) {
+                archive_detail::Archived<T>::Save(survey, {}, m_count, object);
+            });
         archive_detail::Archived<T>::Save(on.archive, {}, m_count, object);
         on.archive.WriteDeferred();
         archive_detail::RequirePointedToWritten(on.writer, on.archive.Shared());

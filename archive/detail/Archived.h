@@ -216,7 +216,7 @@ inline constexpr const char* kOutsideConstructed =
 // archive no plain pointers do not look.
 template <class In, class T>
 void NoteIfPointedTo(In& ar, T& value) {
-    if (!PlainPointersArchived().load(std::memory_order_relaxed)) return;
+    if (!PlainPointersUsed()) return;
     auto& reader = ar.Reader();
     const std::optional<std::string> id = reader.Attribute(kId);
     if (!id) return;

@@ -36,7 +36,7 @@ std::uint64_t SavedObjects::Written(const ObjectKey& key) {
     return target.id;
 }
 
-std::string SavedObjects::TakeUnwritten() {
+std::string SavedObjects::ForgetTargets() {
     std::string path = m_unwritten.empty() ? std::string() : m_unwritten.begin()->second;
     m_unwritten.clear();
     targets.clear();

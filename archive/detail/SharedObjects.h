@@ -32,7 +32,12 @@ inline constexpr std::string_view kRootId = "0";
 
 // Whether the program archives plain pointers anywhere: set as it starts by each pointer type
 // it saves or loads (PlainPointers.h), so that programs that never do pay nothing for them.
+// The flag lives in the library, for every module of the program; each module looks it up once.
 CLASSXML_API std::atomic<bool>& PlainPointersArchived();
+inline bool PlainPointersUsed() {
+    static const std::atomic<bool>& archived = PlainPointersArchived();
+    return archived.load(std::memory_order_relaxed);
+}
 
 // Destroys the T at `object` and makes a new one in its place (an object of an abstract type
 // is always of a registered one, renewed as that). An object built by load_and_construct is
@@ -96,9 +101,12 @@ struct CLASSXML_API SavedObjects {
     std::uint64_t Written(const ObjectKey& key);
     // Once the top object is written: the path of a pointer to an object the document does not
     // hold, or empty. The objects pointed to are forgotten.
-    std::string TakeUnwritten();
+    std::string TakeUnwritten() {
+        return m_unwritten.empty() && targets.empty() ? std::string() : ForgetTargets();
+    }
 
 private:
+    std::string ForgetTargets();
     Target& Numbered(Target& target);
     std::map<std::uint64_t, std::string> m_unwritten; // by number: where the first pointer is
 };

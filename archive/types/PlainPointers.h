@@ -102,10 +102,9 @@ private:
 };
 
 // The objects plain pointers point to in what `save` writes, found by a walk that writes
-// nothing; none in a program that archives no plain pointers.
+// nothing.
 template <class Save>
 SavedObjects::Targets PointedToIn(std::string_view rootName, const Save& save) {
-    if (!PlainPointersArchived().load(std::memory_order_relaxed)) return {};
     SurveyWriter writer(rootName);
     BasicOutputArchive<SurveyWriter> survey(writer);
     save(survey);
