@@ -22,6 +22,12 @@
 // rings included (an object is known by its number before its contents load). A
 // pointer to a polymorphic base holding another class holds that class's element: its type must
 // be registered (CLASSXML_REGISTER_TYPE), on saving and on loading.
+//
+// A pointer that stands kDeepestPointer elements deep holds nothing but "varref": its object is
+// written further on, once the object being saved is done, as a "deferred" child of the
+// document's root named by its number. So no structure nests deeper than that, whatever its
+// depth, and neither saving nor loading recurses in proportion to it: the deferred objects are
+// written and loaded one after another, each deferring what lies deeper in turn.
 namespace classxml::archive_detail {
 
 // The element a deferred pointee is written in, a child of the document's root named by the
