@@ -110,10 +110,7 @@ Result Save(Destination destination, const T& object, const SaveOptions& options
 // The root object is number 0 to the plain pointers that point to it.
 template <class T>
 void NoteRoot(LoadedObjects& loaded, T& root) {
-    if (!PlainPointersUsed()) return;
-    const PolymorphicType* registered = nullptr;
-    if constexpr (std::is_polymorphic_v<T>) registered = PolymorphicTypeOf(typeid(T));
-    loaded.NoteTarget(std::string(kRootId), {&root, &typeid(T), registered, TypeTextOf<T>()});
+    if (PlainPointersUsed()) loaded.NoteTarget(std::string(kRootId), TargetOf(root));
 }
 
 // Loads into a fresh object and moves it over `object` only when the whole document was read

@@ -211,6 +211,14 @@ bool FileVersion(Reader& reader, std::uint32_t& version) {
 inline constexpr const char* kOutsideConstructed =
     "plain pointers and what they point to outside objects that load_and_construct builds";
 
+// An object of class T as plain pointers may point to it.
+template <class T>
+LoadedObjects::Target TargetOf(T& value) {
+    const PolymorphicType* registered = nullptr;
+    if constexpr (std::is_polymorphic_v<T>) registered = PolymorphicTypeOf(typeid(T));
+    return {&value, &typeid(T), registered, TypeTextOf<T>()};
+}
+
 // A class element that plain pointers point to carries its number: the object loaded from it is
 // noted under that number, for the pointers to be set once the load is done. Programs that
 // archive no plain pointers do not look.
@@ -222,11 +230,7 @@ void NoteIfPointedTo(In& ar, T& value) {
     if (!id) return;
     if (ar.Shared().constructing)
         return (void)reader.Fail(kOutsideConstructed, "one inside such an object");
-    const PolymorphicType* registered = nullptr;
-    if constexpr (std::is_polymorphic_v<T>) registered = PolymorphicTypeOf(typeid(T));
-    LoadedObjects& loaded = ar.Shared();
-    const LoadedObjects::Object* within = loaded.loading.empty() ? nullptr : loaded.loading.back();
-    if (!loaded.NoteTarget(*id, {&value, &typeid(T), registered, TypeTextOf<T>(), within}))
+    if (!ar.Shared().NoteTarget(*id, TargetOf(value)))
         reader.Fail("a varid of its own", "a repeated one");
 }
 

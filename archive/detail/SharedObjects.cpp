@@ -45,7 +45,7 @@ std::string SavedObjects::ForgetTargets() {
 
 const LoadedObjects::Object* LoadedObjects::Noted(const std::optional<std::string>& id,
                                                   Object object) {
-    object.within = loading.empty() ? nullptr : loading.back();
+    object.within = Innermost();
     if (!id) return &m_unnumbered.emplace_back(std::move(object));
     const auto [entry, first] = byId.try_emplace(*id, std::move(object));
     return first ? &entry->second : nullptr;
@@ -95,7 +95,8 @@ bool LoadedObjects::NextAwaited(std::string& id, std::vector<Slot>& slots) {
     return true;
 }
 
-bool LoadedObjects::NoteTarget(const std::string& id, const Target& target) {
+bool LoadedObjects::NoteTarget(const std::string& id, Target target) {
+    target.within = Innermost();
     const auto [entry, first] = m_targets.try_emplace(id, target);
     if (first) m_followed.emplace(Address(target.object), &entry->second.object);
     return first;

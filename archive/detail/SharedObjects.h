@@ -154,8 +154,9 @@ struct CLASSXML_API LoadedObjects {
     };
     // Sets `pointer` to `target` (when `set`); false when the target is not of its type.
     using Assign = bool (*)(void* pointer, const Target& target, bool set);
-    // False when the number is taken already.
-    bool NoteTarget(const std::string& id, const Target& target);
+    // False when the number is taken already. The target is noted as loaded inside the
+    // innermost shared object loading.
+    bool NoteTarget(const std::string& id, Target target);
     // `pointee` is the element name of the class the pointer points to.
     void AwaitTarget(const std::string& id, void* pointer, Assign assign, std::string_view pointee,
                      std::string path);
@@ -195,6 +196,7 @@ private:
         std::string_view pointee;
         std::string path;
     };
+    const Object* Innermost() const { return loading.empty() ? nullptr : loading.back(); }
     void SetAndForget();
     void Follow(const void* from, const void* to, std::size_t size);
     void Unfollow(void** address);
