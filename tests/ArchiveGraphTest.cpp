@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -224,6 +225,17 @@ std::string Difference(const Deep& a, const Deep& b) {
     return {};
 }
 
+// Levels nested through map values, each with a link of its own: past the depth where pointees
+// are deferred, the links' pointers wait inside values the load moves into their maps.
+struct Hop {
+    std::map<int, Hop> deeper;
+    std::unique_ptr<Link> link;
+    template <class A>
+    void serialize(A& ar) {
+        ar(CLASSXML_NVP(deeper), CLASSXML_NVP(link));
+    }
+};
+
 // A link a plain pointer points into, held by a shared_ptr and watched by a weak_ptr.
 struct Watched {
     std::shared_ptr<Link> owner = std::make_shared<Link>();
@@ -285,6 +297,26 @@ TEST_P(ArchiveGraphTest, DeepObjectsComeBackOneAtATime) {
     const classxml::Result finished = in.Finish();
     EXPECT_TRUE(finished) << finished.Message();
     EXPECT_EQ(read, saved.size());
+}
+
+TEST_P(ArchiveGraphTest, PointersWaitingInsideMapValuesFollowThemIntoTheMap) {
+    Hop saved;
+    Hop* hop = &saved;
+    for (int level = 0; level < 60; ++level) {
+        hop->link = std::make_unique<Link>();
+        hop->link->value = level;
+        hop = &hop->deeper[level];
+    }
+    std::string xml;
+    ASSERT_TRUE(classxml::SaveToString(xml, saved, engine));
+    ASSERT_NE(xml.find("<deferred "), std::string::npos);
+    Hop loaded;
+    const classxml::Result result = classxml::LoadFromString(xml, loaded, engine);
+    ASSERT_TRUE(result) << result.Message();
+    int level = 0;
+    for (const Hop* at = &loaded; at->link; at = &at->deeper.begin()->second, ++level)
+        ASSERT_EQ(at->link->value, level);
+    EXPECT_EQ(level, 60);
 }
 
 // A plain pointer points into what the document holds, or is null; any other fails the save.
